@@ -1,0 +1,169 @@
+#include "support/Tasks.h"
+
+#include <cmath>
+#include <utility>
+
+namespace sorn::support {
+
+namespace {
+
+// How long the thread sleeps when nothing is due; anything that is posted wakes it earlier.
+constexpr Tasks::Seconds longestSleep{3600.0};
+
+}  // namespace
+
+Tasks::Timer::~Timer() {
+  const std::lock_guard lock(tasks_.mutex_);
+  tasks_.ticks_.erase(id_);
+}
+
+Tasks::Tasks(std::shared_ptr<platform::Clock> clock, std::shared_ptr<platform::HttpTransport> transport)
+    : clock_(std::move(clock)), transport_(std::move(transport)) {
+  clock_->setObserver([this] { wake(); });
+}
+
+Tasks::~Tasks() {
+  clock_->setObserver({});
+  {
+    const std::lock_guard lock(mutex_);
+    ending_ = true;
+  }
+  wake();
+  if (thread_.joinable()) thread_.join();
+}
+
+void Tasks::post(Work work) {
+  {
+    const std::lock_guard lock(mutex_);
+    ready_.push_back(std::move(work));
+    start();
+  }
+  wake();
+}
+
+std::unique_ptr<Tasks::Timer> Tasks::every(Seconds interval, Work work) {
+  std::unique_ptr<Timer> timer;
+  {
+    const std::lock_guard lock(mutex_);
+    const std::uint64_t id = ++lastTimer_;
+    ticks_[id] = std::make_shared<Tick>(Tick{clock_->monotonic() + interval, interval, std::move(work)});
+    timer.reset(new Timer(*this, id));
+    start();
+  }
+  wake();
+  return timer;
+}
+
+void Tasks::send(platform::HttpRequest request, platform::HttpTransport::Completion completion) {
+  {
+    const std::lock_guard lock(mutex_);
+    ++requestsUnderWay_;
+  }
+  // A function object must be copyable, and a request may carry a very large body: share it.
+  auto shared = std::make_shared<platform::HttpRequest>(std::move(request));
+  post([this, shared, completion = std::move(completion)] { sendNow(std::move(*shared), completion); });
+}
+
+void Tasks::sendNow(platform::HttpRequest request, platform::HttpTransport::Completion completion) {
+  const std::uint64_t key = ++lastRequest_;
+  requests_[key] = transport_->send(
+      std::move(request), [this, key, completion = std::move(completion)](platform::HttpTransport::Result result) {
+        requests_.erase(key);
+        completion(std::move(result));
+        const std::lock_guard lock(mutex_);
+        --requestsUnderWay_;
+      });
+}
+
+bool Tasks::isIdle() {
+  const std::lock_guard lock(mutex_);
+  return isIdleLocked();
+}
+
+void Tasks::waitUntilIdle() {
+  wake();
+  std::unique_lock lock(mutex_);
+  idle_.wait(lock, [this] { return isIdleLocked(); });
+}
+
+bool Tasks::isIdleLocked() {
+  if (!ready_.empty() || isRunningWork_ || requestsUnderWay_ > 0) return false;
+  const platform::Monotonic now = clock_->monotonic();
+  for (const auto& [id, tick] : ticks_) {
+    if (tick->due <= now) return false;
+  }
+  return true;
+}
+
+void Tasks::start() {
+  if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
+}
+
+void Tasks::wake() { transport_->wakeUp(); }
+
+void Tasks::run() {
+  threadId_.store(std::this_thread::get_id(), std::memory_order_relaxed);
+  while (true) {
+    while (runReady() || runDueTimer()) {
+    }
+    Seconds sleep{0};
+    {
+      const std::lock_guard lock(mutex_);
+      if (ending_) break;
+      if (!ready_.empty()) continue;
+      sleep = untilNextTimer();
+      if (isIdleLocked()) idle_.notify_all();
+    }
+    transport_->wait(sleep);
+  }
+  while (!requests_.empty()) {
+    transport_->cancel(requests_.begin()->second);
+    transport_->wait(Seconds{0});
+  }
+}
+
+bool Tasks::runReady() {
+  std::unique_lock lock(mutex_);
+  if (ready_.empty() || ending_) return false;
+  Work work = std::move(ready_.front());
+  ready_.pop_front();
+  isRunningWork_ = true;
+  lock.unlock();
+  work();
+  work = {};
+  lock.lock();
+  isRunningWork_ = false;
+  return true;
+}
+
+bool Tasks::runDueTimer() {
+  std::unique_lock lock(mutex_);
+  if (ending_) return false;
+  const platform::Monotonic now = clock_->monotonic();
+  std::shared_ptr<Tick> due;
+  for (const auto& [id, tick] : ticks_) {
+    if (tick->due <= now && (!due || tick->due < due->due)) due = tick;
+  }
+  if (!due) return false;
+  const double missed = std::floor((now - due->due) / due->interval);
+  due->due += (missed + 1) * due->interval;
+  isRunningWork_ = true;
+  lock.unlock();
+  due->work();
+  lock.lock();
+  isRunningWork_ = false;
+  return true;
+}
+
+Tasks::Seconds Tasks::untilNextTimer() {
+  if (!clock_->runsByItself()) return longestSleep;
+  const platform::Monotonic now = clock_->monotonic();
+  Seconds next = longestSleep;
+  for (const auto& [id, tick] : ticks_) {
+    const Seconds until = tick->due - now;
+    if (until < next) next = until;
+  }
+  return next > Seconds{0} ? next : Seconds{0};
+}
+
+}  // namespace sorn::support
