@@ -1,0 +1,39 @@
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+
+#include "sorn/platform/Clock.h"
+#include "sorn/platform/Deployment.h"
+#include "sorn/platform/Directories.h"
+#include "store/ManagedObjectContext.h"
+#include "support/Logger.h"
+#include "support/SerialQueue.h"
+
+namespace sorn::store {
+
+// Opens the library's database in the documents directory and puts a context over it. The file is opened on
+// the context's queue, so that nobody waits for the disk before the first record is wanted.
+class CoreDataManager {
+ public:
+  static constexpr std::string_view databaseName = "SNSornDB.sqlite";
+
+  CoreDataManager(platform::Directories& directories, const platform::Clock& clock,
+                  platform::Durability durability, support::Logger& logger);
+  ~CoreDataManager();
+
+  // Always there. When the store could not be added it keeps records in memory and every save fails.
+  ManagedObjectContext& context() { return context_; }
+
+ private:
+  void openStore();
+
+  platform::Directories& directories_;
+  const platform::Durability durability_;
+  support::Logger& logger_;
+  PersistentStore* store_ = nullptr;  // the context's
+  ManagedObjectContext context_;
+  support::SerialQueue queue_;  // ends first: its last blocks still use the context
+};
+
+}  // namespace sorn::store

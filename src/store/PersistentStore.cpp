@@ -1,0 +1,275 @@
+#include "store/PersistentStore.h"
+
+#include <cstring>
+#include <optional>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace sorn::store {
+
+namespace {
+
+// Marks the file as this library's ("SORN").
+constexpr std::int64_t applicationID = 0x534F524E;
+// Grows with each change of the tables. Columns, tables and indexes that an older file lacks are added.
+constexpr std::int64_t schemaVersion = 1;
+// Beyond this many pages in the log, one pass runs within a save although nobody has rested.
+constexpr int longestLog = 4000;
+
+std::string_view sqlType(ColumnType type) {
+  switch (type) {
+    case ColumnType::text:
+      return " TEXT";
+    case ColumnType::real:
+      return " REAL";
+    case ColumnType::integer:
+    case ColumnType::reference:
+      return " INTEGER";
+  }
+  return "";
+}
+
+std::string columnList(const EntityDescription& entity) {
+  std::string list = "id";
+  for (const Column& column : entity.columns) list.append(", ").append(column.name);
+  return list;
+}
+
+// Makes sure that there is a file which only its owner can read, and that what it holds may be a database.
+// SQLite would make one with wider rights, and would empty or overwrite some files that are none.
+bool prepareFile(const std::filesystem::path& file, std::string& reason) {
+  const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+  if (descriptor < 0) {
+    reason = std::strerror(errno);
+    return false;
+  }
+  constexpr std::string_view magic("SQLite format 3\0", 16);
+  char begin[16] = {};
+  struct stat status {};
+  const ssize_t length = ::read(descriptor, begin, sizeof begin);
+  const bool isFile = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+  if (isFile && (status.st_mode & 0077) != 0) ::fchmod(descriptor, 0600);
+  ::close(descriptor);
+  if (!isFile || length < 0) {
+    reason = "not a readable file";
+    return false;
+  }
+  if (length != 0 && std::string_view(begin, static_cast<std::size_t>(length)) != magic) {
+    reason = "not a database";
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::unique_ptr<PersistentStore> PersistentStore::open(const std::filesystem::path& file,
+                                                       platform::Durability durability, std::string& reason) {
+  if (!prepareFile(file, reason)) return nullptr;
+  std::unique_ptr<PersistentStore> store(new PersistentStore(file, durability));
+  if (!store->openDatabase(reason)) return nullptr;
+  return store;
+}
+
+bool PersistentStore::openDatabase(std::string& reason) {
+  if (!database_.open(file_) || !configure(database_)) {
+    reason = database_.lastError();
+    return false;
+  }
+  if (!migrate(reason)) return false;
+  const std::optional<std::int64_t> bound = database_.integer("SELECT bound FROM SNRowIDs");
+  if (!bound || !probe()) {
+    reason = database_.lastError();
+    return false;
+  }
+  reservedRowIDs_ = *bound;
+  return true;
+}
+
+bool PersistentStore::configure(sqlite::Database& database) const {
+  // The page size counts for a new file only. Check-points run on their own, never inside a commit.
+  return database.execute("PRAGMA page_size=2048") && database.execute("PRAGMA journal_mode=WAL") &&
+         database.execute("PRAGMA wal_autocheckpoint=0") && database.execute("PRAGMA temp_store=MEMORY") &&
+         database.execute("PRAGMA cache_size=-1024") &&
+         database.execute(durability_ == platform::Durability::power ? "PRAGMA synchronous=FULL"
+                                                                     : "PRAGMA synchronous=NORMAL");
+}
+
+bool PersistentStore::migrate(std::string& reason) {
+  const std::optional<std::int64_t> version = database_.integer("PRAGMA user_version");
+  const std::optional<std::int64_t> application = database_.integer("PRAGMA application_id");
+  const std::optional<std::int64_t> tables = database_.integer("SELECT count(*) FROM sqlite_master");
+  if (!version || !application || !tables) {
+    reason = database_.lastError();
+    return false;
+  }
+  if (*version > schemaVersion || (*tables > 0 && *application != applicationID)) {
+    reason = *version > schemaVersion ? "written by a newer version" : "another application's database";
+    return false;
+  }
+  if (*version == schemaVersion) return true;
+  bool succeeded = begin();
+  for (const EntityDescription* entity : allEntities()) succeeded = succeeded && createMissing(*entity);
+  succeeded = succeeded &&
+              database_.execute("CREATE TABLE IF NOT EXISTS SNRowIDs (bound INTEGER NOT NULL)") &&
+              database_.execute("INSERT INTO SNRowIDs SELECT 1 WHERE NOT EXISTS (SELECT 1 FROM SNRowIDs)") &&
+              database_.execute(("PRAGMA application_id=" + std::to_string(applicationID)).c_str()) &&
+              database_.execute(("PRAGMA user_version=" + std::to_string(schemaVersion)).c_str()) && commit();
+  if (!succeeded) {
+    reason = database_.lastError();
+    rollBack();
+  }
+  return succeeded;
+}
+
+bool PersistentStore::createMissing(const EntityDescription& entity) {
+  const std::string table(entity.name);
+  bool succeeded =
+      database_.execute(("CREATE TABLE IF NOT EXISTS " + table + " (id INTEGER PRIMARY KEY)").c_str());
+  for (const Column& column : entity.columns) {
+    const std::string name(column.name);
+    const std::string isThere =
+        "SELECT count(*) FROM pragma_table_info('" + table + "') WHERE name = '" + name + "'";
+    if (database_.integer(isThere) == 1) continue;
+    const std::string add =
+        "ALTER TABLE " + table + " ADD COLUMN " + name + std::string(sqlType(column.type));
+    succeeded = succeeded && database_.execute(add.c_str());
+  }
+  for (const Index& index : entity.indexes) {
+    std::string create = "CREATE INDEX IF NOT EXISTS " + std::string(index.name) + " ON " + table + " (" +
+                         std::string(index.columns) + ")";
+    if (!index.condition.empty()) create += " WHERE " + std::string(index.condition);
+    succeeded = succeeded && database_.execute(create.c_str());
+  }
+  return succeeded;
+}
+
+// Reads something of every table, so that a damaged file shows now rather than in the middle of the work.
+bool PersistentStore::probe() {
+  for (const EntityDescription* entity : allEntities()) {
+    sqlite::Statement read = database_.prepare("SELECT " + columnList(*entity) + " FROM " +
+                                               std::string(entity->name) + " LIMIT 1");
+    read.nextRow();
+    if (!read || read.failed()) return false;
+  }
+  return true;
+}
+
+sqlite::Statement& PersistentStore::statement(const std::string& sql) {
+  auto found = statements_.find(sql);
+  if (found == statements_.end()) found = statements_.emplace(sql, database_.prepare(sql)).first;
+  return found->second;
+}
+
+void PersistentStore::select(const EntityDescription& entity, const Predicate& predicate, RowRange range,
+                             const std::function<bool(const sqlite::Statement&)>& visitor) {
+  std::vector<const Cell*> values;
+  const std::string condition = predicate.sql(entity.columns, values);
+  sqlite::Statement& select = statement("SELECT " + columnList(entity) + " FROM " + std::string(entity.name) +
+                                        " WHERE id BETWEEN ? AND ? AND " + condition + " ORDER BY id");
+  if (!select) return;
+  select.bind(1, range.first);
+  select.bind(2, range.last);
+  int parameter = 3;
+  for (const Cell* value : values) select.bind(parameter++, *value);
+  while (select.nextRow() && visitor(select)) {
+  }
+  select.reset();
+}
+
+std::size_t PersistentStore::count(const EntityDescription& entity, const Predicate& predicate) {
+  std::vector<const Cell*> values;
+  const std::string condition = predicate.sql(entity.columns, values);
+  sqlite::Statement& select =
+      statement("SELECT count(*) FROM " + std::string(entity.name) + " WHERE " + condition);
+  if (!select) return 0;
+  int parameter = 1;
+  for (const Cell* value : values) select.bind(parameter++, *value);
+  const std::int64_t count = select.nextRow() ? select.integer(0) : 0;
+  select.reset();
+  return static_cast<std::size_t>(count);
+}
+
+bool PersistentStore::commit() { return database_.execute("COMMIT"); }
+
+bool PersistentStore::insert(const EntityDescription& entity, std::int64_t rowID,
+                             std::span<const Cell> cells) {
+  if (lastInserted_ != &entity) {
+    std::string sql = "INSERT INTO " + std::string(entity.name) + " (" + columnList(entity) + ") VALUES (?";
+    for (std::size_t column = 0; column < entity.columns.size(); ++column) sql += ", ?";
+    lastInsert_ = &statement(sql + ")");
+    lastInserted_ = &entity;
+  }
+  lastInsert_->bind(1, rowID);
+  int parameter = 2;
+  for (const Cell& cell : cells) lastInsert_->bind(parameter++, cell);
+  return lastInsert_->run();
+}
+
+bool PersistentStore::update(const EntityDescription& entity, std::int64_t rowID, std::uint64_t columns,
+                             std::span<const Cell> cells) {
+  std::string sql;
+  for (std::size_t column = 0; column < cells.size(); ++column) {
+    if ((columns >> column & 1) == 0) continue;
+    sql.append(sql.empty() ? "UPDATE " + std::string(entity.name) + " SET " : ", ");
+    sql.append(entity.columns[column].name).append(" = ?");
+  }
+  sqlite::Statement& update = statement(sql + " WHERE id = ?");
+  int parameter = 1;
+  for (std::size_t column = 0; column < cells.size(); ++column) {
+    if ((columns >> column & 1) != 0) update.bind(parameter++, cells[column]);
+  }
+  update.bind(parameter, rowID);
+  return update.run();
+}
+
+bool PersistentStore::remove(const EntityDescription& entity, std::int64_t rowID) {
+  sqlite::Statement& remove = statement("DELETE FROM " + std::string(entity.name) + " WHERE id = ?");
+  remove.bind(1, rowID);
+  return remove.run();
+}
+
+bool PersistentStore::apply(const BulkChange& change) {
+  const std::string table(change.entity->name);
+  std::string sql = "DELETE FROM " + table;
+  int parameter = 1;
+  if (change.status) {
+    const std::string status(change.entity->columns[change.entity->statusColumn + 1].name);
+    const std::string date(change.entity->columns[change.entity->statusColumn + 2].name);
+    sql = "UPDATE " + table + " SET " + status + " = ?, " + date + " = ?";
+    parameter = 3;
+  }
+  sqlite::Statement& run = statement(sql + " WHERE id BETWEEN ? AND ?");
+  for (const RowRange& range : change.rows.ranges()) {
+    if (change.status) {
+      run.bind(1, *change.status);
+      run.bind(2, change.date);
+    }
+    run.bind(parameter, range.first);
+    run.bind(parameter + 1, range.last);
+    if (!run.run()) return false;
+  }
+  return true;
+}
+
+bool PersistentStore::reserveRowIDs(std::int64_t bound) {
+  sqlite::Statement& update = statement("UPDATE SNRowIDs SET bound = ?");
+  update.bind(1, bound);
+  return update.run();
+}
+
+void PersistentStore::checkpointIfLong() {
+  if (database_.logPages() >= longestLog) database_.checkpoint();
+}
+
+void PersistentStore::checkpointWhileQuiet() {
+  if (!checkpointer_.isOpen() && (!checkpointer_.open(file_) || !configure(checkpointer_))) {
+    checkpointer_.close();
+    return;
+  }
+  checkpointer_.checkpoint();
+}
+
+}  // namespace sorn::store

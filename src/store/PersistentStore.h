@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "sorn/platform/Deployment.h"
+#include "store/BulkChanges.h"
+#include "store/Predicate.h"
+#include "store/Schema.h"
+#include "store/sqlite/Database.h"
+
+namespace sorn::store {
+
+// The database file: one table an entity, rows written and read by prepared statements. Nothing is kept in
+// memory; what is unsaved belongs to the context. On the store's queue, but for `checkpointWhileQuiet`.
+class PersistentStore {
+ public:
+  // Opens the file or makes it, and brings its tables up to date. Null when that fails: the file is corrupt,
+  // written by a newer version, held by another process, or no database at all; it is then left as it was,
+  // and `reason` says why.
+  static std::unique_ptr<PersistentStore> open(const std::filesystem::path& file,
+                                               platform::Durability durability, std::string& reason);
+
+  // Shows the rows in ascending order of their ids; the statement's column 0 is the row id, the entity's
+  // columns follow. The visitor may not run another `select` of the same condition; it returns false to stop.
+  void select(const EntityDescription& entity, const Predicate& predicate, RowRange range,
+              const std::function<bool(const sqlite::Statement&)>& visitor);
+  std::size_t count(const EntityDescription& entity, const Predicate& predicate);
+
+  // One transaction. A single write needs none: it is one by itself.
+  bool begin() { return database_.execute("BEGIN IMMEDIATE"); }
+  bool commit();
+  void rollBack() { database_.execute("ROLLBACK"); }
+
+  bool insert(const EntityDescription& entity, std::int64_t rowID, std::span<const Cell> cells);
+  // Writes the columns whose bits are set.
+  bool update(const EntityDescription& entity, std::int64_t rowID, std::uint64_t columns,
+              std::span<const Cell> cells);
+  bool remove(const EntityDescription& entity, std::int64_t rowID);
+  bool apply(const BulkChange& change);
+
+  // Ids below this one are taken.
+  std::int64_t reservedRowIDs() const { return reservedRowIDs_; }
+  bool reserveRowIDs(std::int64_t bound);
+
+  // Keeps the log from growing without bound while nobody rests; after each save.
+  void checkpointIfLong();
+  // Moves the log into the database on a connection of its own, so that writers need not wait. Any one
+  // thread.
+  void checkpointWhileQuiet();
+
+ private:
+  PersistentStore(std::filesystem::path file, platform::Durability durability)
+      : file_(std::move(file)), durability_(durability) {}
+  bool openDatabase(std::string& reason);
+  bool configure(sqlite::Database& database) const;
+  bool migrate(std::string& reason);
+  bool createMissing(const EntityDescription& entity);
+  bool probe();
+  sqlite::Statement& statement(const std::string& sql);
+
+  const std::filesystem::path file_;
+  const platform::Durability durability_;
+  sqlite::Database database_;
+  std::unordered_map<std::string, sqlite::Statement> statements_;
+  // The statement that runs for each stored event, found without building its text.
+  const EntityDescription* lastInserted_ = nullptr;
+  sqlite::Statement* lastInsert_ = nullptr;
+  std::int64_t reservedRowIDs_ = 1;
+  sqlite::Database checkpointer_;
+};
+
+}  // namespace sorn::store
