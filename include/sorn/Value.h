@@ -35,8 +35,8 @@ using Dictionary = std::map<std::string, Value>;
 // Integers, doubles and booleans stay apart, so a boolean never turns into 1 on the way.
 class Value {
  public:
-  using Storage = std::variant<std::nullptr_t, bool, std::int64_t, double, Decimal, std::string, Date, List,
-                               Dictionary>;
+  using Storage =
+      std::variant<std::nullptr_t, bool, std::int64_t, double, Decimal, std::string, Date, List, Dictionary>;
 
   Value() = default;
   Value(std::nullptr_t) {}

@@ -23,6 +23,9 @@ struct RowRange {
 // are never handed out again.
 class RowRanges {
  public:
+  RowRanges() = default;
+  RowRanges(RowRange all, std::size_t count) : ranges_{all}, count_(count) {}
+
   // The row that follows the last one seen by the caller; `afterGap` says whether rows in between were left
   // out.
   void append(std::int64_t rowID, bool afterGap) {

@@ -143,12 +143,6 @@ Ref<ManagedObject> ManagedObjectContext::object(const EntityDescription& entity,
   return found;
 }
 
-bool ManagedObjectContext::exists(const ManagedObject& object) {
-  if (!object.isAlive()) return false;
-  if (object.isInserted_) return true;
-  return count(object.entity_, !Predicate::isNotRow(object.rowID_)) > 0;
-}
-
 void ManagedObjectContext::deleteObject(ManagedObject& object) {
   assert(isCurrentQueue());
   if (!object.isAlive()) return;
@@ -165,6 +159,17 @@ std::vector<Ref<ManagedObject>> ManagedObjectContext::pendingOf(const EntityDesc
   std::sort(objects.begin(), objects.end(),
             [](const auto& left, const auto& right) { return left->rowID_ < right->rowID_; });
   return objects;
+}
+
+bool ManagedObjectContext::exists(const ManagedObject& object) {
+  if (!object.isAlive()) return false;
+  if (object.isInserted_) return true;
+  bool isThere = false;
+  merge(
+      object.entity_, {}, {object.rowID_, object.rowID_},
+      [&](const sqlite::Statement&, std::vector<Cell>&) { return !(isThere = true); },
+      [&](const Ref<ManagedObject>&) { return !(isThere = true); });
+  return isThere;
 }
 
 void ManagedObjectContext::visit(const EntityDescription& entity, const Predicate& predicate,

@@ -97,7 +97,8 @@ class Logger::Writer {
       writing_ = true;
       lock.unlock();
       if (line.toStandardOutput) {
-        std::printf("%s\n", line.text.c_str());
+        std::fwrite(line.text.data(), 1, line.text.size(), stdout);
+        std::fputc('\n', stdout);
         std::fflush(stdout);
       } else if (systemLog_) {
         systemLog_->write(line.type, line.text);

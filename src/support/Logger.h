@@ -42,6 +42,9 @@ class Logger {
     }
   }
 
+  // Whether plain lines are written at present.
+  bool isEnabled() const { return readSwitches().logging; }
+
   // The error form: the error's own description at `error` level. A forced line is written although logging
   // is off.
   void log(const SornError& error, Forced forced,

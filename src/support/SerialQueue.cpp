@@ -3,10 +3,12 @@
 namespace sorn::support {
 
 SerialQueue::~SerialQueue() {
-  performBlockAndWait([] {});
-  {
+  // A block that runs at the end may still append others.
+  for (bool isEmpty = false; !isEmpty;) {
+    performBlockAndWait([] {});
     const std::lock_guard lock(mutex_);
-    ending_ = true;
+    isEmpty = entries_.empty();
+    ending_ = isEmpty;
   }
   workerWake_.notify_all();
   if (worker_.joinable()) worker_.join();
@@ -36,7 +38,6 @@ void SerialQueue::acquire() {
     // Nobody holds the queue, so no waiter stands in it: all entries are blocks that came before.
     runBlocksBefore(nullptr, lock, entries_.size());
   }
-  ++turns_;
 }
 
 void SerialQueue::waitForGrant(std::unique_lock<std::mutex>& lock) {
@@ -52,7 +53,7 @@ void SerialQueue::waitForGrant(std::unique_lock<std::mutex>& lock) {
 // Runs up to `count` entries from the front, or those before the waiter's own place, which it takes out.
 void SerialQueue::runBlocksBefore(const Waiter* self, std::unique_lock<std::mutex>& lock, std::size_t count) {
   while (count-- > 0) {
-    const Entry entry = std::move(entries_.front());
+    Entry entry = std::move(entries_.front());
     entries_.pop_front();
     if (entry.waiter) {
       --waiterCount_;
@@ -61,6 +62,8 @@ void SerialQueue::runBlocksBefore(const Waiter* self, std::unique_lock<std::mute
     }
     lock.unlock();
     entry.block();
+    // What the block holds dies within the turn, but not under the lock: it may call back.
+    entry.block = {};
     lock.lock();
   }
 }
@@ -83,6 +86,7 @@ void SerialQueue::handOn() {
     }
   }
   isHeld_ = false;
+  ++turns_;
   if (!entries_.empty()) {
     startWorker();
     workerWake_.notify_one();
@@ -105,7 +109,6 @@ void SerialQueue::runWorker() {
     if (!entries_.empty() && !isHeld_) {
       isHeld_ = true;
       owner_.store(std::this_thread::get_id(), std::memory_order_relaxed);
-      ++turns_;
       // One block a turn: a thread that has come meanwhile takes over instead of waiting for them all.
       runBlocksBefore(nullptr, lock, 1);
       owner_.store({}, std::memory_order_relaxed);

@@ -27,7 +27,7 @@ class SerialQueue {
   SerialQueue(const SerialQueue&) = delete;
   SerialQueue& operator=(const SerialQueue&) = delete;
 
-  // Appends the block and returns, also when called from inside a block of this queue.
+  // Appends the block and returns, also when called from inside a block of this queue. Blocks don't throw.
   void performBlock(Block block);
 
   // Runs the block after everything queued before it and returns its result. From inside a block of this
@@ -87,7 +87,7 @@ class SerialQueue {
   std::condition_variable workerWake_;
   bool workerSleeps_ = false;  // without a time limit
   bool ending_ = false;
-  std::uint64_t turns_ = 0;
+  std::uint64_t turns_ = 0;       // how often the queue has come to rest
   std::uint64_t quietTurns_ = 0;  // value of `turns_` that the quiet handler has seen
   std::chrono::milliseconds quiet_{0};
   Block quietHandler_;

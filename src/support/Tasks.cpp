@@ -10,11 +10,16 @@ namespace {
 // How long the thread sleeps when nothing is due; anything that is posted wakes it earlier.
 constexpr Tasks::Seconds longestSleep{3600.0};
 
+// What an interval of nothing or less stands for; the server may have set it.
+constexpr Tasks::Seconds shortestInterval{0.0001};
+
 }  // namespace
 
 Tasks::Timer::~Timer() {
+  // The work dies after the lock is released: what it holds may call back.
+  decltype(tasks_.ticks_)::node_type removed;
   const std::lock_guard lock(tasks_.mutex_);
-  tasks_.ticks_.erase(id_);
+  removed = tasks_.ticks_.extract(id_);
 }
 
 Tasks::Tasks(std::shared_ptr<platform::Clock> clock, std::shared_ptr<platform::HttpTransport> transport)
@@ -22,7 +27,9 @@ Tasks::Tasks(std::shared_ptr<platform::Clock> clock, std::shared_ptr<platform::H
   clock_->setObserver([this] { wake(); });
 }
 
-Tasks::~Tasks() {
+Tasks::~Tasks() { stop(); }
+
+void Tasks::stop() {
   clock_->setObserver({});
   {
     const std::lock_guard lock(mutex_);
@@ -42,6 +49,7 @@ void Tasks::post(Work work) {
 }
 
 std::unique_ptr<Tasks::Timer> Tasks::every(Seconds interval, Work work) {
+  if (!(interval > shortestInterval)) interval = shortestInterval;
   std::unique_ptr<Timer> timer;
   {
     const std::lock_guard lock(mutex_);
@@ -66,13 +74,13 @@ void Tasks::send(platform::HttpRequest request, platform::HttpTransport::Complet
 
 void Tasks::sendNow(platform::HttpRequest request, platform::HttpTransport::Completion completion) {
   const std::uint64_t key = ++lastRequest_;
-  requests_[key] = transport_->send(
-      std::move(request), [this, key, completion = std::move(completion)](platform::HttpTransport::Result result) {
-        requests_.erase(key);
-        completion(std::move(result));
-        const std::lock_guard lock(mutex_);
-        --requestsUnderWay_;
-      });
+  requests_[key] = transport_->send(std::move(request), [this, key, completion = std::move(completion)](
+                                                            platform::HttpTransport::Result result) {
+    requests_.erase(key);
+    completion(std::move(result));
+    const std::lock_guard lock(mutex_);
+    --requestsUnderWay_;
+  });
 }
 
 bool Tasks::isIdle() {
@@ -96,7 +104,7 @@ bool Tasks::isIdleLocked() {
 }
 
 void Tasks::start() {
-  if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
+  if (!thread_.joinable() && !ending_) thread_ = std::thread([this] { run(); });
 }
 
 void Tasks::wake() { transport_->wakeUp(); }
@@ -137,10 +145,10 @@ bool Tasks::runReady() {
 }
 
 bool Tasks::runDueTimer() {
+  std::shared_ptr<Tick> due;  // dies after the lock is released
   std::unique_lock lock(mutex_);
   if (ending_) return false;
   const platform::Monotonic now = clock_->monotonic();
-  std::shared_ptr<Tick> due;
   for (const auto& [id, tick] : ticks_) {
     if (tick->due <= now && (!due || tick->due < due->due)) due = tick;
   }

@@ -23,8 +23,8 @@ class Tasks {
   using Work = std::function<void()>;
   using Seconds = std::chrono::duration<double>;
 
-  // A repeating timer; stops when it dies. Ticks that were missed merge into one late tick, and later ones
-  // stay on the original grid.
+  // A repeating timer; stops when it dies, but a tick that is running then still ends. Ticks that were missed
+  // merge into one late tick, and later ones stay on the original grid.
   class Timer {
    public:
     ~Timer();
@@ -39,10 +39,13 @@ class Tasks {
   };
 
   Tasks(std::shared_ptr<platform::Clock> clock, std::shared_ptr<platform::HttpTransport> transport);
-  // Drops what is queued, cancels what is being sent and ends the thread.
   ~Tasks();
   Tasks(const Tasks&) = delete;
   Tasks& operator=(const Tasks&) = delete;
+
+  // Drops what is queued, cancels what is being sent and ends the thread; nothing that comes later runs. Not
+  // from the task thread.
+  void stop();
 
   // Runs the work on the task thread, in the order of posting. Any thread.
   void post(Work work);

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "device/KeychainWrapper.h"
+#include "documents/DeviceInfo.h"
+#include "sorn/platform/Bundle.h"
+#include "sorn/platform/DeviceFacts.h"
+#include "support/Account.h"
+#include "support/Logger.h"
+
+namespace sorn::device {
+
+// The facts of the device, the host application and the library, and the identifier of this installation.
+// Any thread.
+class DeviceManager {
+ public:
+  DeviceManager(const platform::DeviceFacts& facts, const platform::Bundle& bundle,
+                const support::Account& account, KeychainWrapper& keychain, support::Logger& logger);
+
+  // The facts of this moment; nothing is cached.
+  documents::DeviceInfo deviceInfo();
+
+  // The library's version text, "n/a" without one, and its integer form: major, minor, patch and pre-release
+  // number two digits each, 1000 more for a release, negative for a pre-release that is no beta; 0 when the
+  // text holds no version.
+  const std::string& SDKVersion() const { return sdkVersion_; }
+  std::int64_t extractedSDKVersion() const { return extractedSDKVersion_; }
+  std::string applicationVersion() const;
+  std::string systemVersion() const;
+  // -1 unknown, 0 refused, 1 granted.
+  int locationStatus() const;
+
+  int backgroundRefreshStatus() const { return backgroundRefreshStatus_; }
+  void setBackgroundRefreshStatus(int status) { backgroundRefreshStatus_ = status; }
+
+  // The identifier is bound to the account: the application key, "::" and a random UUID. Both operations are
+  // a fault before the credentials are known.
+  std::optional<std::string> readIdentifier();
+  std::string makeIdentifier();
+  std::string identifier() {
+    std::optional<std::string> known = readIdentifier();
+    return known ? *std::move(known) : makeIdentifier();
+  }
+
+ private:
+  std::string keyOf(std::string_view suffix) const;
+  std::optional<std::string> advertisingIdentifier();
+
+  const platform::DeviceFacts& facts_;
+  const platform::Bundle& bundle_;
+  const support::Account& account_;
+  KeychainWrapper& keychain_;
+  support::Logger& logger_;
+  const std::string sdkVersion_;
+  const std::int64_t extractedSDKVersion_;
+  std::atomic<int> backgroundRefreshStatus_ = 0;
+};
+
+}  // namespace sorn::device

@@ -1,0 +1,64 @@
+#include "events/EventValidation.h"
+
+#include <string>
+
+#include "support/Json.h"
+#include "support/NamePatterns.h"
+
+namespace sorn::events {
+
+namespace {
+
+void appendTyped(const std::string& key, const Value& value, sync::EventData& typed) {
+  if (value.as<bool>()) return typed.add("B_", key, value);
+  if (value.as<std::int64_t>() || value.as<double>() || value.as<Decimal>())
+    return typed.add("N_", key, value);
+  if (const Date* date = value.as<Date>()) return typed.add("D_", key, secondsSince1970(*date));
+  const std::string* text = value.as<std::string>();
+  // What begins with "$" is reserved.
+  if (!text || text->starts_with('$') || !support::isValidUtf8(*text))
+    throw SornError::invalidExtraValue(key);
+  typed.add("S_", key, value);
+}
+
+}  // namespace
+
+void appendExtraData(const Dictionary& data, sync::EventData& typed) {
+  for (const auto& [key, value] : data) {
+    if (key.empty()) throw SornError::emptyExtraKey(key);
+    if (!support::isExtraKey(key)) throw SornError::invalidExtraKey(key);
+    appendTyped(key, value, typed);
+  }
+}
+
+void validateEventNames(std::string_view category, std::string_view action) {
+  const bool isAction = support::isEventName(action);
+  if (!support::isEventName(category)) throw SornError::invalidCategory(std::string(category));
+  if (!isAction) throw SornError::invalidAction(std::string(action));
+}
+
+sync::EventData screenData(std::string_view name, const Dictionary* data, int orientation) {
+  if (!support::isScreenName(name)) throw SornError::invalidScreenName(std::string(name));
+  sync::EventData typed;
+  if (data) {
+    // All keys before any value.
+    for (const auto& [key, value] : *data) {
+      if (!support::isExtraKey(key)) throw SornError::invalidExtraKey(key);
+    }
+    appendExtraData(*data, typed);
+  }
+  List groups;
+  std::size_t begin = 0;
+  for (std::size_t point = name.find('.'); point != std::string_view::npos; point = name.find('.', begin)) {
+    groups.emplace_back(name.substr(begin, point - begin));
+    begin = point + 1;
+  }
+  const std::string_view last = name.substr(begin);
+  if (groups.empty()) groups.emplace_back(last);
+  typed.add("", "screen_name", last);
+  typed.add("", "screen_groups", std::move(groups));
+  typed.add("", "orientation", orientation);
+  return typed;
+}
+
+}  // namespace sorn::events

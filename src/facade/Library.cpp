@@ -1,0 +1,112 @@
+#include "facade/Library.h"
+
+#include "sorn/SornError.h"
+#include "support/ForkGuard.h"
+
+namespace sorn::facade {
+
+Library::Library(platform::Platform ports)
+    : ports_(std::move(ports)),
+      sorn_(new Sorn(*this)),
+      logger_(ports_.systemLog),
+      keychain_(*ports_.secureStore, *ports_.bundle, logger_),
+      device_(*ports_.deviceFacts, *ports_.bundle, account_, keychain_, logger_),
+      configuration_(account_, keychain_, logger_),
+      startup_(*ports_.bundle, *ports_.userDefaults, account_, state_),
+      tasks_(ports_.clock, ports_.httpTransport) {
+  support::installForkGuard();
+  ports_.userDefaults->registerDefaults(
+      {{std::string(server::EventReportBuilder::inAppCampaignsActive), true}});
+}
+
+Library::~Library() {
+  tasks_.stop();
+  // The store's queue runs what is left in it, which still uses the services above.
+  if (coreData_.ifMade()) context().performBlockAndWait([] {});
+}
+
+void Library::refuseAfterFork() const {
+  if (support::isForkedChild()) throw SornError::plain(SornError::Code::serviceUnavailable);
+}
+
+void Library::requireUsageReports() {
+  if (configuration_.isEnabled(&documents::Features::reportUsage, true)) return;
+  const SornError error = SornError::plain(SornError::Code::featureNotEnabled);
+  logger_.log(error, support::Forced::yes);
+  throw error;
+}
+
+void Library::record(const sync::NewEvent& event) {
+  sync::EventBatch& batch = this->batch();
+  context().performBlockAndWait([&] { batch.batchEvent(events().createEvent(event)); });
+}
+
+store::CoreDataManager& Library::coreData() {
+  return coreData_.get([this] {
+    return std::make_unique<store::CoreDataManager>(*ports_.directories, *ports_.clock,
+                                                    ports_.deployment.durability, logger_);
+  });
+}
+
+store::DBManager& Library::database() {
+  return database_.get([this] { return makeDatabase(); });
+}
+
+std::unique_ptr<store::DBManager> Library::makeDatabase() {
+  store::DBManager::Handlers handlers;
+  handlers.deviceInfo = [this] { return device_.deviceInfo(); };
+  handlers.makeIdentifier = [this] { return device_.makeIdentifier(); };
+  handlers.batchTimeout = [this] { return support::Tasks::Seconds(configuration_.batchTimeout()); };
+  handlers.maintain = [] {};
+  handlers.sendBatchedEvents = [this] { batch().startEventBatching(sync::EventBatch::Trigger::timer); };
+  handlers.startEventBatching = [this] { batch().startEventBatching(sync::EventBatch::Trigger::limit); };
+  handlers.raiseEvent = [this](std::string_view action) { record({.action = action}); };
+  handlers.fetchInbox = [] {};
+  return std::make_unique<store::DBManager>(context(), account_, tasks_, *ports_.application, logger_,
+                                            std::move(handlers));
+}
+
+server::APIClient& Library::client() {
+  return client_.get([this] { return makeClient(); });
+}
+
+std::unique_ptr<server::APIClient> Library::makeClient() {
+  auto& reports = reports_.get([this] {
+    return std::make_unique<server::EventReportBuilder>(context(), *ports_.userDefaults, logger_);
+  });
+  server::BodySources sources{.entityIdentifier = [this] { return device_.identifier(); },
+                              .deviceInfo = [this] { return device_.deviceInfo(); },
+                              .otherEntityIds = [this] { return database().otherEntityIds(); },
+                              .clock = *ports_.clock};
+  return std::make_unique<server::APIClient>(account_, tasks_, logger_, std::move(sources), reports);
+}
+
+sync::EventStore& Library::events() {
+  return events_.get(
+      [this] { return std::make_unique<sync::EventStore>(database(), configuration_, device_, logger_); });
+}
+
+sync::EventBatch& Library::batch() {
+  return batch_.get([this] {
+    return std::make_unique<sync::EventBatch>(database(), events(), configuration_, client(), logger_);
+  });
+}
+
+void Library::start(const std::string& configurationFile) {
+  startup_.start(configurationFile,
+                 {.beforeNameIsKept =
+                      [this] {
+                        ports_.mainQueue->post([this] {
+                          device_.setBackgroundRefreshStatus(ports_.application->backgroundRefreshStatus());
+                        });
+                      },
+                  .reconcile =
+                      [this](SornMode mode) {
+                        database().context().performBlock([this, mode] {
+                          state_.mode = mode;
+                          state_.didStart = true;
+                        });
+                      }});
+}
+
+}  // namespace sorn::facade

@@ -1,0 +1,108 @@
+#include "sorn/Sorn.h"
+
+#include <mutex>
+
+#include "events/EventValidation.h"
+#include "facade/Library.h"
+#include "linux/HeadlessPlatform.h"
+
+namespace sorn {
+
+using support::Forced;
+
+namespace {
+
+// The ports for the library of this process, until it is made. Never destroyed: threads may still run while
+// the process ends.
+struct Installed {
+  std::mutex mutex;
+  platform::Platform platform;
+};
+
+Installed& installed() {
+  static Installed& held = *new Installed;
+  return held;
+}
+
+}  // namespace
+
+void platform::install(Platform platform) {
+  const std::lock_guard lock(installed().mutex);
+  installed().platform = std::move(platform);
+}
+
+Sorn& Sorn::manager() {
+  static facade::Library& library = *[] {
+    const std::lock_guard lock(installed().mutex);
+    platform::Platform platform = std::move(installed().platform);
+    headless::fillHeadless(platform);
+    return new facade::Library(std::move(platform));
+  }();
+  return library.sorn();
+}
+
+void Sorn::start(const std::string& configurationFile) {
+  library_.refuseAfterFork();
+  library_.start(configurationFile);
+}
+
+std::optional<std::string> Sorn::customFontFamilyName() const {
+  return library_.state().customFontFamilyName();
+}
+
+void Sorn::setCustomFontFamilyName(std::optional<std::string> family) {
+  library_.state().setCustomFontFamilyName(std::move(family));
+}
+
+bool Sorn::deeplinkDismissesCampaigns() const { return library_.state().deeplinkDismissesCampaigns; }
+
+void Sorn::setDeeplinkDismissesCampaigns(bool dismisses) {
+  library_.state().deeplinkDismissesCampaigns = dismisses;
+}
+
+void Sorn::enableInAppCampaigns() {
+  library_.ports().userDefaults->set(server::EventReportBuilder::inAppCampaignsActive, true);
+}
+
+void Sorn::disableInAppCampaigns() {
+  library_.ports().userDefaults->set(server::EventReportBuilder::inAppCampaignsActive, false);
+}
+
+void Sorn::logEventWith(const std::string& category, const std::string& action,
+                        const std::optional<Dictionary>& data) {
+  library_.refuseAfterFork();
+  library_.requireUsageReports();
+  sync::EventData typed;
+  try {
+    events::validateEventNames(category, action);
+  } catch (const SornError& error) {
+    library_.logger().log(error, Forced::yes);
+    throw;
+  }
+  try {
+    if (data) events::appendExtraData(*data, typed);
+  } catch (const SornError& error) {
+    // The exact reason is in the log alone; the host gets the general one.
+    library_.logger().log(error, Forced::yes);
+    throw SornError::plain(SornError::Code::invalidExtraData);
+  }
+  library_.record({.category = category, .action = action, .data = &typed});
+}
+
+void Sorn::logScreenWithName(const std::string& name, const std::optional<Dictionary>& data) {
+  library_.refuseAfterFork();
+  library_.requireUsageReports();
+  try {
+    const int orientation = library_.ports().application->orientation();
+    auto typed = std::make_shared<const sync::EventData>(
+        events::screenData(name, data ? &*data : nullptr, orientation));
+    library_.database().context().performBlock([this, typed] {
+      library_.record({.action = documents::EventAction::screenOpened, .data = typed.get()});
+    });
+  } catch (const SornError& error) {
+    library_.logger().log(error, Forced::yes);
+    throw;
+  }
+}
+
+}  // namespace sorn

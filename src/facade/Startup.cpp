@@ -1,0 +1,82 @@
+#include "facade/Startup.h"
+
+#include <utility>
+
+#include "sorn/SornError.h"
+#include "support/Base64.h"
+#include "support/Cipher.h"
+#include "support/ConfigurationKeys.h"
+#include "support/Json.h"
+#include "support/PropertyList.h"
+#include "support/TextTrim.h"
+
+namespace sorn::facade {
+
+namespace {
+
+using Code = SornError::Code;
+
+constexpr std::string_view pathOfEndpoints = "/endpoints/v2/";
+
+std::string withoutExtension(std::string_view file) {
+  constexpr std::string_view extension = ".plist";
+  std::string name(file);
+  // Every occurrence goes, not only one at the end.
+  for (std::size_t at = name.find(extension); at != std::string::npos; at = name.find(extension, at)) {
+    name.erase(at, extension.size());
+  }
+  return name;
+}
+
+support::TextDictionary readConfiguration(const platform::Bundle& bundle, const std::string& name) {
+  const auto file = bundle.resource(name, "plist");
+  if (!file) throw SornError::plain(Code::invalidConfigurationFile);
+  auto values = support::readPropertyList(*file);
+  if (!values) throw SornError::plain(Code::invalidConfigurationFile);
+  for (const char* key : {support::applicationKeyEntry, support::applicationSecretEntry, support::modeEntry,
+                          support::environmentEntry}) {
+    if (!values->contains(key)) throw SornError::plain(Code::invalidConfigurationArguments);
+  }
+  return *std::move(values);
+}
+
+SornMode modeOf(std::string_view text) {
+  if (text == support::developmentMode) return SornMode::development;
+  if (text == support::productionMode) return SornMode::production;
+  throw SornError::plain(Code::undefinedMode);
+}
+
+std::string decipher(const std::string& value, Code failure) {
+  const std::optional<std::string> bytes = support::base64Decode(value);
+  if (!bytes) throw SornError::plain(failure);
+  const std::string key = support::hexBytes(support::configurationKeyText);
+  const std::string vector = support::hexBytes(support::configurationVectorText);
+  if (key.empty() || vector.empty()) throw SornError::plain(failure);
+  std::string text = support::crypt(key, vector, support::CipherOperation::decrypt, *bytes);
+  if (!support::isValidUtf8(text) || support::trimWhitespaceAndNewlines(text).empty()) {
+    throw SornError::plain(failure);
+  }
+  return text;
+}
+
+}  // namespace
+
+void Startup::start(std::string_view file, const HandOver& handOver) {
+  if (state_.didStart) return;
+  const std::string name = withoutExtension(file);
+  const support::TextDictionary values = readConfiguration(bundle_, name);
+  const SornMode mode = modeOf(values.at(support::modeEntry));
+  support::Credentials credentials;
+  credentials.applicationKey = decipher(values.at(support::applicationKeyEntry), Code::invalidAppKey);
+  credentials.applicationSecret =
+      decipher(values.at(support::applicationSecretEntry), Code::invalidAppSecret);
+  credentials.environment = values.at(support::environmentEntry);
+  credentials.baseURL =
+      decipher(values.at(support::environmentEntry), Code::invalidEnvironment) + std::string(pathOfEndpoints);
+  account_.set(std::move(credentials));
+  handOver.beforeNameIsKept();
+  defaults_.set(lastStart, Dictionary{{std::string(startFileName), name}});
+  handOver.reconcile(mode);
+}
+
+}  // namespace sorn::facade

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <variant>
+
+namespace sorn::headless {
+
+// Scheme, host and port: the party that an address belongs to.
+struct UrlOrigin {
+  std::string scheme;  // lower case
+  std::string host;    // lower case
+  std::string port;    // decimal, the scheme's own where the address names none
+
+  bool operator==(const UrlOrigin&) const = default;
+};
+
+// Reads the origin in the same way as the HTTP client reads the address, so that a comparison can't be misled
+// by two opinions about one text. Otherwise the code of `TransportError`: `unsupportedUrl` for a scheme other
+// than http and https, `badUrl` for what is no address.
+std::variant<UrlOrigin, int> originOf(const std::string& url);
+
+}  // namespace sorn::headless

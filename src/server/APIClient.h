@@ -1,0 +1,64 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "server/APIError.h"
+#include "server/Endpoint.h"
+#include "server/EventReport.h"
+#include "store/ManagedObjectContext.h"
+#include "support/Account.h"
+#include "support/Json.h"
+#include "support/Logger.h"
+#include "support/Tasks.h"
+
+namespace sorn::server {
+
+// The parsed answer of a call that succeeded.
+class Answer {
+ public:
+  explicit Answer(support::Document document) : document_(std::move(document)) {}
+
+  // Absent when the service answered with JSON that is no object.
+  std::optional<support::Node> object() const {
+    const support::Node root = document_.root();
+    return root.isObject() ? std::optional(root) : std::nullopt;
+  }
+
+ private:
+  support::Document document_;
+};
+
+using CallResult = std::variant<Answer, CallError>;
+
+inline bool succeeded(const CallResult& result) { return std::holds_alternative<Answer>(result); }
+
+// Sends one endpoint and hands the answer on. Keeps no state and never retries: what a failure means is its
+// caller's business. Any thread; completions run on the task thread.
+class APIClient {
+ public:
+  using Completion = std::function<void(const CallResult&)>;
+
+  APIClient(const support::Account& account, support::Tasks& tasks, support::Logger& logger,
+            BodySources sources, EventReportBuilder& reports)
+      : account_(account), tasks_(tasks), logger_(logger), sources_(std::move(sources)), reports_(reports) {}
+
+  void request(Endpoint endpoint, Completion completion);
+  // Builds the report of these events, some at a time on the store's queue, and sends it as one request.
+  void reportEvents(const store::RowRanges& events, Completion completion);
+
+ private:
+  void send(Endpoint endpoint, const Completion& completion);
+  CallResult classify(const std::string& url, platform::HttpTransport::Result result);
+
+  const support::Account& account_;
+  support::Tasks& tasks_;
+  support::Logger& logger_;
+  const BodySources sources_;
+  EventReportBuilder& reports_;
+};
+
+}  // namespace sorn::server

@@ -1,0 +1,119 @@
+#include "sync/EventBatch.h"
+
+#include <string>
+#include <vector>
+
+namespace sorn::sync {
+
+using store::SNEvent;
+using support::LogLevel;
+
+EventBatch::EventBatch(store::DBManager& database, EventStore& events,
+                       server::ConfigurationStore& configuration, server::APIClient& client,
+                       support::Logger& logger)
+    : database_(database),
+      context_(database.context()),
+      events_(events),
+      configuration_(configuration),
+      client_(client),
+      logger_(logger) {}
+
+void EventBatch::batchEvent(const store::Ref<SNEvent>& event) {
+  if (!event) {
+    // The ordinary outcome while the feature is off, which is why the line names it.
+    const bool isOn = configuration_.isEnabled(&documents::Features::reportUsage, true);
+    logger_.log(LogLevel::warning, [&] {
+      return "Invalid event tried to be added for batching. (AppUsage feature is " +
+             std::string(isOn ? "on" : "off") + ")";
+    });
+    return;
+  }
+  const std::int64_t batchSize = configuration_.batchSize();
+  // Within the event's own turn when its creator still has it: a block of its own would stand in the way of
+  // the next event only to find, nearly always, that there is nothing to do.
+  context_.performBlockAndWait([&] { count(*event, batchSize); });
+}
+
+void EventBatch::count(const SNEvent& event, std::int64_t batchSize) {
+  context_.save();
+  logger_.log(LogLevel::info, [&] { return "Batching event: " + event.description(); });
+  const std::size_t waiting = events_.pendingCount();
+  if (static_cast<std::int64_t>(waiting) >= batchSize) {
+    logger_.log(LogLevel::info, "Event batch limit reached...");
+    startEventBatching(Trigger::limit);
+  } else {
+    logger_.log(LogLevel::info, [&] { return std::to_string(waiting) + " events batched..."; });
+  }
+}
+
+void EventBatch::startEventBatching(Trigger trigger) {
+  logger_.log(LogLevel::timer, [&] {
+    if (trigger == Trigger::limit)
+      return std::string("Starting event batching routine... (Batch limit reached)");
+    const Value period(configuration_.batchTimeout());
+    return "Starting event batching routine... (Period: " + std::to_string(*period.as<double>()) + " sec)";
+  });
+  // A batch that is out already would end the block at once: then none is queued.
+  if (context_.isCurrentQueue() && database_.isMaintaining()) {
+    logger_.log(LogLevel::timer, "Already maintaining... bail out");
+    return;
+  }
+  context_.performBlock([this] { runBatch(); });
+}
+
+void EventBatch::runBatch() {
+  if (database_.isMaintaining()) {
+    logger_.log(LogLevel::timer, "Already maintaining... bail out");
+    return;
+  }
+  database_.setMaintaining(true);
+  const store::RowRanges events = events_.pendingEvents();
+  if (events.empty()) {
+    database_.setMaintaining(false);
+    database_.endBackgroundTask();
+    return;
+  }
+  logger_.log(LogLevel::timer,
+              [&] { return "Found " + std::to_string(events.count()) + " batched events to send..."; });
+  client_.reportEvents(events, [this, events](const server::CallResult& result) {
+    context_.performBlockAndWait([&] { applyResult(events, result); });
+  });
+}
+
+bool EventBatch::isGivenUp(const server::CallResult& result) {
+  const auto* error = std::get_if<server::CallError>(&result);
+  return error && (error->code() == 400 || error->code() == 406);
+}
+
+void EventBatch::applyResult(const store::RowRanges& events, const server::CallResult& result) {
+  events_.noteSettled(events);
+  if (server::succeeded(result) || isGivenUp(result)) {
+    deleteEvents(events);
+  } else {
+    context_.setStatusOfRows(SNEvent::entity(), events, rawValue(store::ServerStatusState::isFalse),
+                             context_.now());
+  }
+  database_.setMaintaining(false);
+  database_.endBackgroundTask();
+}
+
+// One save for all of them; each gets its line afterwards.
+void EventBatch::deleteEvents(const store::RowRanges& events) {
+  std::vector<std::string> eventIDs;
+  if (logger_.isEnabled()) {
+    for (const store::RowRange& range : events.ranges()) {
+      context_.scan(SNEvent::entity(), range, [&](const store::RowView& event) {
+        eventIDs.emplace_back(event.text(SNEvent::eventID));
+        return true;
+      });
+    }
+  }
+  context_.deleteRows(SNEvent::entity(), events);
+  const bool isDeleted = context_.save();
+  for (const std::string& eventID : eventIDs) {
+    logger_.log(isDeleted ? LogLevel::success : LogLevel::error,
+                [&] { return (isDeleted ? "Deleted event: " : "Failed to delete event: ") + eventID; });
+  }
+}
+
+}  // namespace sorn::sync

@@ -1,0 +1,175 @@
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include "linux/TemporaryFolder.h"
+#include "support/PropertyList.h"
+
+namespace sorn::testing {
+
+using support::parsePropertyList;
+using support::TextDictionary;
+
+namespace {
+
+std::string xml(const std::string& root) {
+  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+         "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n<plist version=\"1.0\">\n" +
+         root + "\n</plist>\n";
+}
+
+std::string fromHex(std::string_view digits) {
+  std::string bytes;
+  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+    bytes += static_cast<char>(std::stoi(std::string(digits.substr(i, 2)), nullptr, 16));
+  }
+  return bytes;
+}
+
+std::string repeated(std::string_view text, std::size_t count) {
+  std::string all;
+  for (std::size_t i = 0; i < count; ++i) all += text;
+  return all;
+}
+
+TEST(PropertyList, ReadsTextsAsTheyStand) {
+  const TextDictionary expected{{"a", "  two\nlines "}, {"b", "<&>\""}, {"c", ""}, {"\u00e4", "\U0001F4EC"}};
+  const std::string text =
+      xml("<dict><!-- note --><key>a</key><string>  two\nlines </string><key>b</key>"
+          "<string>&lt;&amp;<![CDATA[>]]>&#34;</string><key>c</key><string/>"
+          "<key>\u00e4</key><string>\U0001F4EC</string></dict>");
+  EXPECT_EQ(parsePropertyList(text), expected);
+  EXPECT_EQ(parsePropertyList("\xEF\xBB\xBF" + text), expected);
+  EXPECT_EQ(parsePropertyList(xml("<dict/>")), TextDictionary());
+}
+
+// The binary files are made with Python's plistlib.
+TEST(PropertyList, ReadsTheBinaryForm) {
+  EXPECT_EQ(parsePropertyList(fromHex(
+                "62706c6973743030d201020304546d6f64656100e45b646576656c6f706d656e7464d83ddcec00200078080d12"
+                "1521000000000000010100000000000000050000000000000000000000000000002a")),
+            (TextDictionary{{"mode", "development"}, {"\u00e4", "\U0001F4EC x"}}));
+  EXPECT_EQ(parsePropertyList(fromHex(
+                "62706c6973743030d0080000000000000101000000000000000100000000000000000000000000000009")),
+            TextDictionary());
+}
+
+TEST(PropertyList, RefusesWhatIsNoDictionaryOfTexts) {
+  const std::string whole = xml("<dict><key>a</key><string>b</string></dict>");
+  ASSERT_TRUE(parsePropertyList(whole));
+  const std::pair<const char*, std::string> cases[] = {
+      {"integer", xml("<dict><key>a</key><string>b</string><key>n</key><integer>1</integer></dict>")},
+      {"real", xml("<dict><key>n</key><real>1</real></dict>")},
+      {"boolean", xml("<dict><key>n</key><true/></dict>")},
+      {"date", xml("<dict><key>n</key><date>2020-01-01T00:00:00Z</date></dict>")},
+      {"data", xml("<dict><key>n</key><data>AAAA</data></dict>")},
+      {"array", xml("<dict><key>n</key><array/></dict>")},
+      {"dictionary", xml("<dict><key>n</key><dict/></dict>")},
+      {"root array", xml("<array><string>a</string></array>")},
+      {"root text", xml("<string>a</string>")},
+      {"cut", whole.substr(0, whole.find("</string>"))},
+      {"nothing", ""},
+      {"JSON", "{\"a\":\"b\"}"},
+      {"binary integer",
+       fromHex("62706c6973743030d10102516e1001080b0d000000000000010100000000000000030000000000000000000000"
+               "000000000f")},
+      {"binary array",
+       fromHex("62706c6973743030d10102516ea1035161080b0d0f000000000000010100000000000000040000000000000000"
+               "0000000000000011")},
+      {"binary head alone", "bplist00"},
+  };
+  for (const auto& [name, bytes] : cases) EXPECT_EQ(parsePropertyList(bytes), std::nullopt) << name;
+}
+
+// Each cut and each changed byte of a binary file gives an answer or none, never a crash.
+TEST(PropertyList, SurvivesDamageToTheBinaryForm) {
+  const std::string whole = fromHex(
+      "62706c6973743030d201020304546d6f64656100e45b646576656c6f706d656e7464d83ddcec00200078080d12"
+      "1521000000000000010100000000000000050000000000000000000000000000002a");
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    EXPECT_EQ(parsePropertyList(whole.substr(0, length)), std::nullopt) << length;
+  }
+  for (std::size_t at = 8; at < whole.size(); ++at) {
+    for (const int change : {0x01, 0x10, 0x80, 0xFF}) {
+      std::string damaged = whole;
+      damaged[at] = static_cast<char>(damaged[at] ^ change);
+      EXPECT_LE(parsePropertyList(damaged).value_or(TextDictionary()).size(), 2u);
+    }
+  }
+}
+
+// On a thread with the stack of a host that has many: what recurses too deeply ends the test program.
+bool isRefusedOnASmallStack(std::string bytes) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setstacksize(&attributes, 256 * 1024);
+  pthread_t thread{};
+  const auto run = [](void* text) -> void* {
+    const bool isRefused = !parsePropertyList(*static_cast<std::string*>(text));
+    return isRefused ? text : nullptr;
+  };
+  void* result = nullptr;
+  if (pthread_create(&thread, &attributes, run, &bytes) == 0) pthread_join(thread, &result);
+  pthread_attr_destroy(&attributes);
+  return result != nullptr;
+}
+
+TEST(PropertyList, RefusesDepthThatWouldExhaustTheStack) {
+  const std::size_t depth = 70000;
+  EXPECT_TRUE(isRefusedOnASmallStack(xml(repeated("<array>", depth) + repeated("</array>", depth))));
+  EXPECT_TRUE(isRefusedOnASmallStack(xml(repeated("<array>", 120000))));
+  // Arrays of one reference each to the next, 20,000 deep, in the binary form.
+  std::string binary = "bplist00";
+  std::string table;
+  const auto number = [](std::size_t value, int bytes) {
+    std::string text;
+    while (bytes-- > 0) text += static_cast<char>(value >> (8 * bytes));
+    return text;
+  };
+  for (std::size_t i = 0; i < 20000; ++i) {
+    table += number(binary.size(), 4);
+    binary += '\xA1' + number(i + 1, 2);
+  }
+  table += number(binary.size(), 4);
+  binary += '\xA0';
+  const std::size_t tableAt = binary.size();
+  binary += table + std::string(6, '\0') + "\x04\x02" + number(20001, 8) + number(0, 8) + number(tableAt, 8);
+  EXPECT_TRUE(isRefusedOnASmallStack(binary));
+}
+
+// One text of 100,000 bytes that a dictionary names 20,000 times: two gigabytes once it is unpacked.
+TEST(PropertyList, RefusesAFileThatUnpacksToManyTimesItsSize) {
+  const std::size_t entries = 20000;
+  std::string binary = "bplist00";
+  const auto two = [](std::size_t value) {
+    return std::string{static_cast<char>(value >> 8), static_cast<char>(value)};
+  };
+  const auto four = [&](std::size_t value) { return two(value >> 16) + two(value & 0xFFFF); };
+  std::string table = four(binary.size());
+  binary += "\xDF\x11" + two(entries) + std::string(entries, '\1') + std::string(entries, '\1');
+  table += four(binary.size());
+  binary += "\x5F\x12" + four(100000) + std::string(100000, 'x');
+  const std::size_t tableAt = binary.size();
+  binary += table + std::string(6, '\0') + "\x04\x01" + four(0) + four(2) + four(0) + four(0) + four(0) +
+            four(tableAt);
+  EXPECT_EQ(parsePropertyList(binary), std::nullopt);
+}
+
+TEST(PropertyList, ReadsAFileOfOneMebibyteAndNoneBeyond) {
+  const TemporaryFolder folder;
+  const std::string frame = xml("<dict><key>a</key><string></string></dict>");
+  const std::size_t room = (std::size_t{1} << 20) - frame.size();
+  const auto fileWith = [&](std::size_t count) {
+    return folder.write("a.plist",
+                        xml("<dict><key>a</key><string>" + std::string(count, 'x') + "</string></dict>"));
+  };
+  const auto texts = support::readPropertyList(fileWith(room));
+  ASSERT_TRUE(texts);
+  EXPECT_EQ(texts->at("a").size(), room);
+  EXPECT_EQ(support::readPropertyList(fileWith(room + 1)), std::nullopt);
+  EXPECT_EQ(support::readPropertyList(folder / "none.plist"), std::nullopt);
+  EXPECT_EQ(support::readPropertyList(folder.path()), std::nullopt);
+  EXPECT_EQ(support::readPropertyList(folder.write("empty.plist", "")), std::nullopt);
+}
+
+}  // namespace
+}  // namespace sorn::testing

@@ -1,0 +1,140 @@
+#include <cstdio>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include "linux/TemporaryFolder.h"
+
+// The tool is run as a user runs it, and what it writes is read by other programs: `openssl` deciphers
+// (triple DES with one key three times is DES), Python's plistlib reads the property list.
+
+namespace sorn::testing {
+namespace {
+
+struct Outcome {
+  int status = -1;
+  std::string output;  // standard output
+  std::string errors;  // standard error
+};
+
+class SornConfig : public ::testing::Test {
+ protected:
+  Outcome shell(const std::string& command) const {
+    Outcome run;
+    const std::string errors = folder_ / "errors";
+    std::FILE* pipe =
+        ::popen(("cd '" + folder_.path().string() + "' && " + command + " 2>'" + errors + "'").c_str(), "r");
+    if (!pipe) return run;
+    char piece[4096];
+    while (const std::size_t count = std::fread(piece, 1, sizeof piece, pipe))
+      run.output.append(piece, count);
+    const int status = ::pclose(pipe);
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    run.errors = folder_.read("errors");
+    return run;
+  }
+  Outcome tool(const std::string& arguments) const { return shell(SORN_CONFIG_TOOL " " + arguments); }
+
+  // The value of one key as Python reads it.
+  std::string entry(const std::string& file, const std::string& key) const {
+    return shell("/usr/bin/python3 -c \"import plistlib;print(plistlib.load(open('" + file + "','rb'))['" +
+                 key + "'],end='')\"")
+        .output;
+  }
+  std::string deciphered(const std::string& text) const {
+    folder_.write("cipher", text);
+    return shell(
+               "openssl base64 -d -A -in cipher | openssl enc -d -des-ede3-cbc -iv 3A5C09E7B1D264F0 "
+               "-K C7F2A91E04D3B868C7F2A91E04D3B868C7F2A91E04D3B868")
+        .output;
+  }
+
+  const TemporaryFolder folder_;
+};
+
+TEST_F(SornConfig, WritesWhatOtherProgramsRead) {
+  for (const char* form : {"", " --binary"}) {
+    const Outcome run = tool(
+        "--key 'k\u00e9y 1' --secret s3cret --mode production --environment https://api.example "
+        "--out out.plist" +
+        std::string(form));
+    ASSERT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output + run.errors, "");
+    EXPECT_EQ(folder_.read("out.plist").starts_with("bplist00"), *form != '\0');
+    EXPECT_EQ(entry("out.plist", "mode"), "production");
+    EXPECT_EQ(deciphered(entry("out.plist", "application_key")), "k\u00e9y 1");
+    EXPECT_EQ(deciphered(entry("out.plist", "application_secret")), "s3cret");
+    EXPECT_EQ(deciphered(entry("out.plist", "environment")), "https://api.example");
+    EXPECT_EQ(modeOf(folder_ / "out.plist"), "0644");
+    EXPECT_EQ(tool("--show out.plist").output,
+              "{\"environment\":\"https:\\/\\/api.example\",\"key\":\"k\u00e9y 1\",\"mode\":\"production\","
+              "\"secret\":\"s3cret\"}\n");
+  }
+}
+
+// printf demo-key | openssl enc -des-ede3-cbc -iv 3A5C09E7B1D264F0 -K <the key three times> | base64
+TEST_F(SornConfig, EnciphersToTheKnownText) {
+  ASSERT_EQ(tool("--key demo-key --secret demo-secret --mode development --environment http://127.0.0.1:8080 "
+                 "--out out.plist")
+                .status,
+            0);
+  EXPECT_EQ(entry("out.plist", "application_key"), "257BV0YPDPqgevd3LQZ/RQ==");
+  EXPECT_EQ(entry("out.plist", "application_secret"), "Lvc8Znn9/p8ekF3I242Jlg==");
+  EXPECT_EQ(entry("out.plist", "environment"), "PgDSTOKepnRK25YAAAuk36kiwC5+jsRM");
+}
+
+TEST_F(SornConfig, RefusesBadUsageWithStatusTwoAndWritesNothing) {
+  const char* cases[] = {
+      "",
+      "--key k --secret s --mode production --environment https://a",
+      "--key k --secret s --mode Production --environment https://a --out x",
+      "--key k --secret s --mode production --environment api.example --out x",
+      "--key '  ' --secret s --mode production --environment https://a --out x",
+      "--key k --key k --secret s --mode production --environment https://a --out x",
+      "--key k --secret s --mode production --environment https://a --out x --colour",
+      "--key k --secret s --mode production --environment https://a --out",
+      "--key \"$(printf '\\377')\" --secret s --mode production --environment https://a --out x",
+      "--show",
+      "--show x --binary",
+      "x",
+  };
+  for (const char* arguments : cases) {
+    const Outcome run = tool(arguments);
+    EXPECT_EQ(run.status, 2) << arguments;
+    EXPECT_EQ(run.output, "") << arguments;
+    EXPECT_THAT(run.errors, ::testing::HasSubstr("usage: sorn-config")) << arguments;
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "x")) << arguments;
+  }
+}
+
+TEST_F(SornConfig, FailsWithStatusOneAndLeavesOldFilesAlone) {
+  const std::string account = "--key k --secret s --mode production --environment https://a --out ";
+  folder_.write("old/file", "old");
+  for (const char* out : {"none/x", "old/file/x", "old", "/dev/null"}) {
+    const Outcome run = tool(account + out);
+    EXPECT_EQ(run.status, 1) << out;
+    EXPECT_THAT(run.errors, ::testing::StartsWith("sorn-config: " + std::string(out) + ": ")) << out;
+  }
+  EXPECT_EQ(folder_.read("old/file"), "old");
+  const std::pair<const char*, const char*> unreadable[] = {
+      {"", "property list"},
+      {"<plist><dict><key>application_key</key><string>AAAA</string></dict></plist>", "can't be deciphered"},
+      {"<plist><dict><key>application_key</key><string>!</string></dict></plist>", "can't be deciphered"},
+      {"<plist><dict><key>mode</key><string>x</string></dict></plist>", "\"application_key\" is missing"},
+      {"<plist><dict><key>mode</key><integer>1</integer></dict></plist>", "property list"},
+  };
+  for (const auto& [text, reason] : unreadable) {
+    folder_.write("bad.plist", text);
+    const Outcome run = tool("--show bad.plist");
+    EXPECT_EQ(run.status, 1) << text;
+    EXPECT_EQ(run.output, "") << text;
+    EXPECT_THAT(run.errors, ::testing::HasSubstr(reason)) << text;
+  }
+  EXPECT_EQ(tool("--show none.plist").status, 1);
+  EXPECT_EQ(tool("--help").status, 0);
+}
+
+}  // namespace
+}  // namespace sorn::testing

@@ -1,0 +1,178 @@
+// HTTP on the wire, and the service's coming and going.
+
+#include <future>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "emulator/RawClient.h"
+#include "sorn-emulator/Emulator.h"
+
+namespace sorn::emulator::test {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+using End = RawAnswer::End;
+
+constexpr const char* report = "/v1/events/report/json";
+constexpr const char* twoEvents = R"({"events":[{"event_id":"1"},{"event_id":"1"}]})";
+// printf '127.0.0.1/v1/events/report/json%s' "$BODY" | openssl dgst -sha256 -hmac topsecret -binary | base64
+constexpr const char* twoEventsSigned =
+    "Authorization: demo=8BWHTegEVrX2z7ALAGno5t1UZRWe/0KkmB+b+zA7L9c=\r\n";
+
+class ConnectionTest : public testing::Test {
+ protected:
+  RawAnswer sendEvents() { return exchange(emulator.port(), "POST", report, twoEvents, twoEventsSigned); }
+
+  Emulator emulator{{.accounts = {{"demo", "topsecret"}}}};
+};
+
+TEST_F(ConnectionTest, OneConnectionCarriesManyRequestsAlsoSentAtOnce) {
+  RawClient client(emulator.port());
+  const auto request = requestText("POST", report, twoEvents, twoEventsSigned);
+  client.send(request + request);
+  EXPECT_EQ(client.receive().status, 200);
+  EXPECT_EQ(client.receive().status, 200);
+  client.send(requestText("POST", report, twoEvents, std::string(twoEventsSigned) + "Connection: close\r\n"));
+  EXPECT_EQ(client.receive().status, 200);
+  EXPECT_TRUE(client.seesEnd());
+  EXPECT_EQ(emulator.eventCount(), 6u);
+}
+
+TEST_F(ConnectionTest, RequestMayArriveByteByByte) {
+  RawClient client(emulator.port());
+  for (const char c : requestText("POST", report, twoEvents, twoEventsSigned)) client.send({&c, 1});
+  EXPECT_EQ(client.receive().status, 200);
+  EXPECT_EQ(emulator.requests().at(0).raw, twoEvents);
+}
+
+TEST_F(ConnectionTest, ChunksAreJoinedBeforeTheSignatureIsChecked) {
+  RawClient client(emulator.port());
+  const std::string body = twoEvents;
+  client.send(std::string("POST ") + report + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" + twoEventsSigned +
+              "Transfer-Encoding: chunked\r\n\r\n" + "A;x=1\r\n" + body.substr(0, 10) + "\r\n" + "24\r\n" +
+              body.substr(10) + "\r\n0\r\nTrailer: x\r\n\r\n");
+  EXPECT_EQ(client.receive().status, 200);
+  EXPECT_EQ(emulator.requests().at(0).signature, "valid");
+}
+
+TEST_F(ConnectionTest, CallerThatAsksFirstIsToldToGoOn) {
+  RawClient client(emulator.port());
+  const auto request =
+      requestText("POST", report, twoEvents, std::string(twoEventsSigned) + "Expect: 100-continue\r\n");
+  const auto bodyAt = request.size() - std::string_view(twoEvents).size();
+  client.send(std::string_view(request).substr(0, bodyAt));
+  EXPECT_EQ(client.receive().status, 100);
+  client.send(std::string_view(request).substr(bodyAt));
+  EXPECT_EQ(client.receive().status, 200);
+}
+
+TEST_F(ConnectionTest, WhatIsNoHttpIsRefusedAndEndsTheConnection) {
+  const std::string wrong[] = {"HELLO\r\n\r\n",
+                               "GET x HTTP/1.1\r\n\r\n",
+                               "GET / SPDY/3\r\n\r\n",
+                               "GET / HTTP/1.1\r\nno colon\r\n\r\n",
+                               "POST / HTTP/1.1\r\nContent-Length: -1\r\n\r\n",
+                               "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\nxyz\r\n",
+                               "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n2\r\nabc\r\n"};
+  for (const auto& text : wrong) {
+    RawClient client(emulator.port());
+    client.send(text);
+    EXPECT_EQ(client.receive().status, 400) << text;
+    EXPECT_TRUE(client.seesEnd());
+  }
+  RawClient client(emulator.port());
+  client.send("POST / HTTP/1.1\r\nContent-Length: 268435457\r\n\r\n");
+  EXPECT_EQ(client.receive().status, 413);
+  EXPECT_TRUE(emulator.requests().empty());
+}
+
+TEST_F(ConnectionTest, BodyOf200MegabytesIsTakenWhole) {
+  Emulator light({.accounts = {{"demo", "topsecret"}}, .lightMode = true});
+  const std::string body(200 * 1000 * 1000, 'x');
+  EXPECT_EQ(exchange(light.port(), "POST", report, body).status, 401);
+  EXPECT_EQ(light.requests().at(0).header("content-length"), "200000000");
+  EXPECT_TRUE(light.requests().at(0).raw.empty());
+}
+
+TEST_F(ConnectionTest, StoppedServiceIsUnreachableAndComesBackOnItsPortWithWhatItKnew) {
+  RawClient open(emulator.port());
+  open.send(requestText("POST", report, twoEvents, twoEventsSigned));
+  EXPECT_EQ(open.receive().status, 200);
+  const auto origin = emulator.origin();
+  emulator.stop();
+  emulator.stop();
+  EXPECT_FALSE(RawClient(emulator.port()).isConnected());
+  EXPECT_TRUE(open.seesEnd());
+  emulator.start();
+  emulator.start();
+  EXPECT_EQ(emulator.origin(), origin);
+  EXPECT_EQ(sendEvents().status, 200);
+  EXPECT_EQ(emulator.eventCount(), 4u);
+}
+
+TEST_F(ConnectionTest, StopEndsHungAndDelayedAndHalfSentRequestsAtOnce) {
+  emulator.setFaults(R"([{"path":"hang","kind":"hang"},{"path":"delay","kind":"delay","seconds":600}])");
+  RawClient hung(emulator.port());
+  RawClient delayed(emulator.port());
+  RawClient half(emulator.port());
+  hung.send(requestText("GET", "/hang"));
+  delayed.send(requestText("GET", "/delay"));
+  half.send("POST / HTTP/1.1\r\nContent-Length: 9\r\n\r\nabc");
+  ASSERT_TRUE(emulator.waitForRequests(2, 10s));
+  const auto begin = Clock::now();
+  emulator.stop();
+  EXPECT_LT(Clock::now() - begin, 2s);
+  EXPECT_EQ(hung.receive().end, End::early);
+  EXPECT_NE(half.receive().end, End::silent);
+}
+
+TEST_F(ConnectionTest, PortOfAnotherCannotBeTaken) {
+  EXPECT_THROW(Emulator({.port = emulator.port()}), std::runtime_error);
+  EXPECT_THROW(Emulator({.address = "localhost"}), std::runtime_error);
+}
+
+TEST_F(ConnectionTest, WaitingEndsWithTheLastRequestOrTheTime) {
+  EXPECT_FALSE(emulator.waitForRequests(1, 10ms));
+  EXPECT_FALSE(emulator.waitForEvents(1, 10ms));
+  auto requests =
+      std::async(std::launch::async, [&] { return emulator.waitForRequests(1, 10s, "report/json"); });
+  auto events = std::async(std::launch::async, [&] { return emulator.waitForEvents(4, 10s); });
+  exchange(emulator.port(), "GET", "/other");
+  sendEvents();
+  EXPECT_TRUE(requests.get());
+  sendEvents();
+  EXPECT_TRUE(events.get());
+  EXPECT_FALSE(emulator.waitForRequests(3, 10ms, "report/json"));
+}
+
+TEST_F(ConnectionTest, ManyCallersAtOnceLoseNothingWhileOthersLookAndArrange) {
+  constexpr int callers = 8;
+  constexpr int rounds = 25;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < callers; ++i) {
+    threads.emplace_back([&] {
+      RawClient client(emulator.port());
+      for (int round = 0; round < rounds; ++round) {
+        client.send(requestText("POST", report, twoEvents, twoEventsSigned));
+        client.receive();
+      }
+    });
+  }
+  threads.emplace_back([&] {
+    for (int round = 0; round < rounds; ++round) {
+      emulator.setInbox("[]");
+      emulator.publishPlaces("[]");
+      emulator.setFaults(R"([{"path":"nowhere","kind":"reset"}])");
+      emulator.state();
+    }
+  });
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(emulator.events().size(), std::size_t{2 * callers * rounds});
+  EXPECT_EQ(emulator.requests().size(), std::size_t{callers * rounds});
+}
+
+}  // namespace
+}  // namespace sorn::emulator::test

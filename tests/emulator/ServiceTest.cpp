@@ -1,0 +1,172 @@
+// What the service answers to the fifteen calls, and what it keeps of them.
+
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "sorn-emulator/Encoding.h"
+#include "sorn-emulator/Service.h"
+
+namespace sorn::emulator::test {
+namespace {
+
+using nlohmann::json;
+
+class ServiceTest : public testing::Test {
+ protected:
+  json call(const char* path, const json& body) {
+    const auto endpoint = endpointAt(path);
+    if (!endpoint) throw std::invalid_argument(path);
+    const auto answer = service.call(*endpoint, body.dump());
+    EXPECT_EQ(answer.status, 200) << path;
+    return json::parse(answer.body);
+  }
+
+  json fetch(const char* device, const json& user) {
+    return call("/inbox/fetch/json", {{"entity_id", device}, {"user_id", user}})["messages"];
+  }
+
+  Service service{false};
+};
+
+TEST_F(ServiceTest, EveryCallIsKnownWithAndWithoutPrefixAndHalfANameIsNot) {
+  const char* paths[] = {"ios/push/token/update/json",  "ios/push/enable/json",
+                         "ios/push/disable/json",       "ios/preferences/save/json",
+                         "user/activate/json",          "user/activate-anonymous/json",
+                         "events/report/json",          "inbox/fetch/json",
+                         "inbox/delete/json",           "inbox/read/json",
+                         "events/report-place/json",    "ios/save/json",
+                         "user/deactivate/json",        "ios/location/register/json",
+                         "ios/location/unregister/json"};
+  std::set<Endpoint> seen;
+  for (const std::string path : paths) {
+    ASSERT_TRUE(endpointAt("/" + path)) << path;
+    EXPECT_EQ(endpointAt("/" + path), endpointAt("/api/v1/" + path));
+    EXPECT_FALSE(endpointAt("/x" + path)) << path;
+    EXPECT_FALSE(endpointAt("/" + path + "/")) << path;
+    seen.insert(*endpointAt("/" + path));
+  }
+  EXPECT_EQ(seen.size(), 15u);
+}
+
+TEST_F(ServiceTest, SaveAnswersTheAccountAndTheSameCreationTimeEachTime) {
+  const double before = now();
+  const auto first = call("/ios/save/json", {{"entity_id", "D1"}, {"app_version", "1"}});
+  EXPECT_GE(first["createdAt"], before);
+  EXPECT_LE(first["createdAt"], now());
+  EXPECT_EQ(first["configuration"], json::parse(R"({"features":{"push":true,"report_usage":true,
+      "macro_location":true,"inapp":true},"events_options":{"batch_timeout":10,"batch_size":10}})"));
+
+  service.setConfiguration(json::parse(R"({"features":{"push":0}})"));
+  const auto second = call("/ios/save/json", {{"entity_id", "D1"}, {"app_version", "2"}});
+  EXPECT_EQ(second["createdAt"], first["createdAt"]);
+  EXPECT_EQ(second["configuration"].dump(), R"({"features":{"push":0}})");
+  EXPECT_EQ(service.state()["devices"]["D1"]["app_version"], "2");
+
+  service.setConfiguration(nullptr);
+  EXPECT_FALSE(call("/ios/save/json", {{"entity_id", "D1"}}).contains("configuration"));
+}
+
+TEST_F(ServiceTest, UsersTagsPushPlacesAreKeptByDevice) {
+  call("/user/activate/json", {{"entity_id", "D1"}, {"user_id", "ann"}});
+  call("/user/activate-anonymous/json", {{"entity_id", "D2"}, {"user_id", "0000"}});
+  call("/user/activate/json", {{"entity_id", "D3"}, {"user_id", "eve"}});
+  call("/user/deactivate/json", {{"entity_id", "D3"}});
+  call("/ios/preferences/save/json", {{"entity_id", "D1"}, {"tags", {"b", "a"}}});
+  call("/ios/push/token/update/json", {{"entity_id", "D1"}, {"push_id", "0aff"}});
+  call("/ios/push/enable/json",
+       {{"entity_id", "D1"}, {"authorization_status", 2}, {"notification_types", 7}});
+  call("/ios/push/disable/json",
+       {{"entity_id", "D2"}, {"authorization_status", 1}, {"notification_types", 0}});
+  call("/ios/location/register/json", {{"entity_id", "D1"}});
+  call("/ios/location/unregister/json", {{"entity_id", "D2"}});
+  call("/events/report-place/json", {{"place_id", 9}, {"direction", 1}});
+
+  const auto state = service.state();
+  EXPECT_EQ(state["users"], json::parse(R"({"D1":{"user_id":"ann","anonymous":false},
+                                            "D2":{"user_id":"0000","anonymous":true}})"));
+  EXPECT_EQ(state["tags"], json::parse(R"({"D1":["b","a"]})"));
+  EXPECT_EQ(state["push"]["registrations"], json::parse(R"({
+      "D1":{"push_id":"0aff","enabled":true,"authorization_status":2,"notification_types":7},
+      "D2":{"enabled":false,"authorization_status":1,"notification_types":0}})"));
+  EXPECT_EQ(state["locations"], json::parse(R"({"D1":true,"D2":false})"));
+  EXPECT_EQ(state["crossings"], json::parse(R"([{"place_id":9,"direction":1}])"));
+}
+
+TEST_F(ServiceTest, EventsKeepTheirOrderAndRepeats) {
+  call("/events/report/json", json::parse(R"({"events":[{"event_id":"b"},{"event_id":"a"}]})"));
+  call("/events/report/json", {{"events", json::array()}});
+  call("/events/report/json", json::parse(R"({"events":[{"event_id":"b"}]})"));
+  EXPECT_EQ(service.events(),
+            (std::vector<std::string>{R"({"event_id":"b"})", R"({"event_id":"a"})", R"({"event_id":"b"})"}));
+  EXPECT_EQ(service.eventCount(), 3u);
+}
+
+TEST_F(ServiceTest, BodiesThatAreNoCallAreRefused) {
+  for (const char* body : {"", "[]", "{\"events\":", "true", "\xff"}) {
+    EXPECT_EQ(service.call(Endpoint::save, body).status, 400) << body;
+  }
+  EXPECT_EQ(service.call(Endpoint::eventReport, R"({"events":{}})").status, 400);
+  EXPECT_EQ(service.eventCount(), 0u);
+  EXPECT_TRUE(service.state()["devices"].empty());
+}
+
+TEST_F(ServiceTest, LightModeCountsEventsButNotWhatIsInsideThem) {
+  Service light(true);
+  light.call(Endpoint::eventReport, R"({"events":[{"a":{"b":[{}]},"t":"}{\"[{"},{"c":"\\"},{}]})");
+  EXPECT_EQ(light.eventCount(), 3u);
+  EXPECT_TRUE(light.events().empty());
+}
+
+TEST_F(ServiceTest, FetchHandsOutMessagesAsTheyStandWithStarredOwnersFilledIn) {
+  service.setInbox(json::parse(R"([
+      {"owner":{"type":"user","id":"*"},"campaign_id":"1"},
+      {"owner":{"type":"device","id":"*"},"campaign_id":"2"},
+      {"owner":{"type":"user","id":"bob"},"campaign_id":"3","readAt":0},
+      {"campaign_id":"4"}, 5])"));
+  EXPECT_EQ(fetch("D1", "ann"), json::parse(R"([
+      {"owner":{"type":"user","id":"ann"},"campaign_id":"1"},
+      {"owner":{"type":"device","id":"D1"},"campaign_id":"2"},
+      {"owner":{"type":"user","id":"bob"},"campaign_id":"3","readAt":0},
+      {"campaign_id":"4"}, 5])"));
+}
+
+TEST_F(ServiceTest, FetchTellsTheTimeAndLeavesOutWhatHasExpired) {
+  service.setInbox({{{"campaign_id", "past"}, {"expiresAt", now() - 1}},
+                    {{"campaign_id", "future"}, {"expiresAt", now() + 60}},
+                    {{"campaign_id", "never"}, {"expiresAt", 0}}});
+  const auto answer = call("/inbox/fetch/json", {{"entity_id", "D1"}, {"user_id", nullptr}});
+  EXPECT_NEAR(answer["server_time"].get<double>(), now(), 2);
+  ASSERT_EQ(answer["messages"].size(), 2u);
+  EXPECT_EQ(answer["messages"][0]["campaign_id"], "future");
+}
+
+TEST_F(ServiceTest, ReadsAreAnsweredItemByItemInTheirOrder) {
+  service.setInbox(json::parse(R"([{"owner":{"type":"user","id":"ann"},"campaign_id":"1"},
+                                   {"owner":{"type":"device","id":"D1"},"campaign_id":"2"}])"));
+  const auto answer = call("/inbox/read/json", json::parse(R"({"read":[
+      {"campaign_id":"2","entity_id":"D1","user_id":null,"timestamp":100.5},
+      {"campaign_id":"unknown","entity_id":"D1","user_id":"ann","timestamp":1},
+      {},
+      {"campaign_id":"1","entity_id":"D9","user_id":"ann","timestamp":200},
+      {"campaign_id":"1","entity_id":"D1","user_id":"bob","timestamp":300}]})"));
+  EXPECT_EQ(answer, json::parse(R"({"read":[{"id":"2","status":true},{"id":"unknown","status":false},
+      {"id":null,"status":false},{"id":"1","status":true},{"id":"1","status":false}]})"));
+  const auto messages = fetch("D1", "ann");
+  EXPECT_EQ(messages[0]["readAt"], 200);
+  EXPECT_EQ(messages[1]["readAt"], 100.5);
+}
+
+TEST_F(ServiceTest, DeletedMessagesLeaveTheirDeviceAndReachTheOthersAsDeleted) {
+  service.setInbox(json::parse(R"([{"owner":{"type":"user","id":"ann"},"campaign_id":"1"}])"));
+  const json item = {{"campaign_id", "1"}, {"entity_id", "D1"}, {"user_id", "ann"}, {"timestamp", 50}};
+  const auto expected = json::parse(R"({"deleted":[{"id":"1","status":true}]})");
+  EXPECT_EQ(call("/inbox/delete/json", {{"deleted", json::array({item})}}), expected);
+  EXPECT_EQ(call("/inbox/delete/json", {{"deleted", json::array({item})}}), expected) << "told twice";
+  EXPECT_EQ(call("/inbox/delete/json", {{"deleted", nullptr}}), json::parse(R"({"deleted":[]})"));
+  EXPECT_TRUE(fetch("D1", "ann").empty());
+  EXPECT_EQ(fetch("D2", "ann")[0]["deletedAt"], 50);
+}
+
+}  // namespace
+}  // namespace sorn::emulator::test

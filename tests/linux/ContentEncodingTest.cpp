@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include "linux/HttpClient.h"
+#include "linux/ScriptedServer.h"
+
+namespace sorn::testing {
+
+using platform::TransportError;
+
+namespace {
+
+std::string fromHex(std::string_view digits) {
+  std::string bytes;
+  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+    bytes += static_cast<char>(std::stoi(std::string(digits.substr(i, 2)), nullptr, 16));
+  }
+  return bytes;
+}
+
+// Made with Python of the text {"a":1}: gzip.compress(text, mtime=0), zlib.compress(text), and
+// zlib.compressobj(wbits=-15).
+const std::string gzipped = fromHex("1f8b0800000000000203ab564a54b232ac0500afac1b5607000000");
+const std::string zlibbed = fromHex("789cab564a54b232ac0500082a0209");
+const std::string bare = fromHex("ab564a54b232ac0500");
+constexpr std::string_view plain = "{\"a\":1}";
+
+std::string deflated(const std::string& text, int window) {
+  z_stream stream{};
+  deflateInit2(&stream, 9, Z_DEFLATED, window, 8, Z_DEFAULT_STRATEGY);
+  std::string packed(deflateBound(&stream, text.size()), '\0');
+  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+  stream.avail_in = static_cast<uInt>(text.size());
+  stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+  stream.avail_out = static_cast<uInt>(packed.size());
+  deflate(&stream, Z_FINISH);
+  packed.resize(stream.total_out);
+  deflateEnd(&stream);
+  return packed;
+}
+
+// What comes of a body with this coding: its text, or the error's code as text.
+std::string outcome(const std::string& coding, const std::string& body, std::size_t pieceSize = 1000000) {
+  ScriptedServer server([&](const Request&, Connection& c) {
+    c.send("HTTP/1.1 200 OK\r\nContent-Encoding: " + coding +
+           "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n");
+    for (std::size_t at = 0; at < body.size(); at += pieceSize) {
+      if (at > 0) c.pause(std::chrono::milliseconds(2));
+      c.send(std::string_view(body).substr(at, pieceSize));
+    }
+  });
+  HttpClient client;
+  auto result = client.fetch(HttpClient::get(server.url("/")));
+  if (const auto* error = std::get_if<TransportError>(&result)) return std::to_string(error->code);
+  return std::get<platform::HttpResponse>(result).body;
+}
+
+TEST(ContentEncoding, IsUndoneInWhateverPiecesItComes) {
+  EXPECT_EQ(outcome("gzip", gzipped), plain);
+  EXPECT_EQ(outcome("GZIP", gzipped, 1), plain);
+  EXPECT_EQ(outcome("x-gzip", gzipped), plain);
+  EXPECT_EQ(outcome("gzip", gzipped + gzipped, 5), std::string(plain) + std::string(plain));
+  EXPECT_EQ(outcome("deflate", zlibbed, 1), plain);
+  EXPECT_EQ(outcome("deflate", bare, 1), plain);
+  EXPECT_EQ(outcome("identity", std::string(plain)), plain);
+  // A storage's own label stays, with the coding of the transport on top of it.
+  EXPECT_EQ(outcome("aws-chunked", std::string(plain)), plain);
+  EXPECT_EQ(outcome("aws-chunked, gzip", gzipped), plain);
+}
+
+TEST(ContentEncoding, TellsACutBodyFromABrokenOne) {
+  const std::string lost = std::to_string(TransportError::connectionLost);
+  const std::string broken = std::to_string(TransportError::cannotDecodeContent);
+  for (std::size_t length : {0u, 1u, 9u, 12u, 20u, 26u}) {
+    EXPECT_EQ(outcome("gzip", gzipped.substr(0, length)), length == 0 ? "" : lost) << length;
+  }
+  EXPECT_EQ(outcome("deflate", zlibbed.substr(0, zlibbed.size() - 1)), lost);
+  std::string badCheck = gzipped;
+  badCheck[20] = static_cast<char>(badCheck[20] ^ 1);
+  EXPECT_EQ(outcome("gzip", badCheck), broken);
+  EXPECT_EQ(outcome("gzip", std::string(plain)), broken);
+  EXPECT_EQ(outcome("gzip", gzipped + "trailing"), broken);
+}
+
+// Closed without a length: nothing but the coding itself can tell that the end is missing.
+TEST(ContentEncoding, NoticesACutThatOnlyTheCodingShows) {
+  for (std::size_t length : {std::size_t{0}, std::size_t{15}, gzipped.size()}) {
+    ScriptedServer server([&](const Request&, Connection& c) {
+      c.send("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Encoding: gzip\r\n\r\n");
+      c.send(std::string_view(gzipped).substr(0, length));
+      c.close();
+    });
+    HttpClient client;
+    EXPECT_EQ(client.errorOf(HttpClient::get(server.url("/"))),
+              length == gzipped.size() ? 0 : TransportError::connectionLost)
+        << length;
+  }
+}
+
+TEST(ContentEncoding, HoldsTheBoundOnTheUnpackedBody) {
+  const std::size_t bound = std::size_t{64} << 20;
+  EXPECT_EQ(outcome("gzip", deflated(std::string(bound, 'a'), 31)).size(), bound);
+  EXPECT_EQ(outcome("gzip", deflated(std::string(bound + 1, 'a'), 31)),
+            std::to_string(TransportError::dataTooLarge));
+  EXPECT_EQ(outcome("identity", std::string(bound + 1, 'a')), std::to_string(TransportError::dataTooLarge));
+}
+
+}  // namespace
+}  // namespace sorn::testing

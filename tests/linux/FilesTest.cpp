@@ -1,0 +1,239 @@
+#include <csignal>
+#include <limits>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include "linux/AtomicFile.h"
+#include "linux/BoundedFile.h"
+#include "linux/DefaultsFile.h"
+#include "linux/SecureStoreFile.h"
+#include "linux/TemporaryFolder.h"
+
+namespace sorn::testing {
+
+using headless::DefaultsFile;
+using headless::SecureStoreFile;
+using platform::SecureStore;
+
+namespace {
+
+// Lets no file of this process grow beyond some bytes, as a full disk would.
+class FullDisk {
+ public:
+  explicit FullDisk(rlim_t bytes) {
+    ::getrlimit(RLIMIT_FSIZE, &before_);
+    handler_ = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit tight{bytes, before_.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &tight);
+  }
+  ~FullDisk() {
+    ::setrlimit(RLIMIT_FSIZE, &before_);
+    std::signal(SIGXFSZ, handler_);
+  }
+
+ private:
+  rlimit before_{};
+  void (*handler_)(int);
+};
+
+std::size_t filesIn(const std::filesystem::path& folder) {
+  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+TEST(AtomicFile, MakesPrivateFoldersAndFilesWhateverTheMask) {
+  const TemporaryFolder folder;
+  const mode_t before = ::umask(0);
+  EXPECT_FALSE(headless::writeAtomically(folder / "a/b/file", "one"));
+  ::umask(before);
+  EXPECT_EQ(modeOf(folder / "a"), "0700");
+  EXPECT_EQ(modeOf(folder / "a/b"), "0700");
+  EXPECT_EQ(modeOf(folder / "a/b/file"), "0600");
+  std::filesystem::permissions(folder / "a", std::filesystem::perms(0755));
+  EXPECT_FALSE(headless::writeAtomically(folder / "a/b/file", "two"));
+  EXPECT_EQ(modeOf(folder / "a"), "0755");
+  EXPECT_EQ(folder.read("a/b/file"), "two");
+  EXPECT_EQ(filesIn(folder / "a/b"), 1u);
+}
+
+TEST(AtomicFile, KeepsTheOldContentWhenTheNewOneDoesNotFit) {
+  const TemporaryFolder folder;
+  folder.write("file", "old");
+  {
+    const FullDisk disk(1000);
+    EXPECT_TRUE(headless::writeAtomically(folder / "file", std::string(2000, 'x')));
+  }
+  EXPECT_EQ(folder.read("file"), "old");
+  EXPECT_EQ(filesIn(folder.path()), 1u);
+}
+
+TEST(AtomicFile, FailsWhereAFolderCannotBe) {
+  const TemporaryFolder folder;
+  folder.write("file", "");
+  EXPECT_EQ(headless::writeAtomically(folder / "file/below/it", "x"), std::errc::not_a_directory);
+  std::filesystem::create_directory(folder / "folder");
+  EXPECT_TRUE(headless::writeAtomically(folder / "folder", "x"));
+  EXPECT_EQ(filesIn(folder.path()), 2u);
+}
+
+TEST(BoundedFile, ReadsUpToItsLimitAndNeverWaits) {
+  const TemporaryFolder folder;
+  const auto file = folder.write("file", std::string(40000, 'x'));
+  std::error_code error;
+  EXPECT_EQ(headless::readBounded(file, 40000, error).size(), 40000u);
+  EXPECT_FALSE(error);
+  EXPECT_EQ(headless::readBounded(file, 39999, error), "");
+  EXPECT_EQ(error, std::errc::file_too_large);
+  headless::readBounded(folder / "none", 10, error);
+  EXPECT_EQ(error, std::errc::no_such_file_or_directory);
+  headless::readBounded(folder.path(), 10, error);
+  EXPECT_EQ(error, std::errc::is_a_directory);
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  EXPECT_EQ(headless::readBounded(folder / "pipe", 10, error), "");
+}
+
+TEST(DefaultsFile, KeepsEveryTypeOverARestart) {
+  const TemporaryFolder folder;
+  const Dictionary values{
+      {"boolean", true},
+      {"integer", 1},
+      {"largest", std::numeric_limits<std::int64_t>::max()},
+      {"whole", 2.0},
+      {"negative zero", -0.0},
+      {"fraction", 0.1},
+      {"tiny", 5e-324},
+      {"infinite", -std::numeric_limits<double>::infinity()},
+      {"decimal", Decimal{"123456789012345678901234567890"}},
+      {"text", "\"quotes\" \\ / \n \u00e4 \U0001F4EC"},
+      {"null", nullptr},
+      {"date", dateSince1970(1700000000.123456)},
+      {"whole date", dateSince1970(1700000000)},
+      {"list", List{1, 1.0, "x", List{}, Dictionary{}}},
+      {"dictionary", Dictionary{{"SRStartFileName", "config"}, {"nested", Dictionary{{"a", 3.0}}}}},
+      {"$looks", Dictionary{{"$date", 5}, {"$double", "x"}}},
+      {"wrapped", Dictionary{{"$date", 5}}},
+      {"wrapped twice", Dictionary{{"$dictionary", Dictionary{{"$date", 5.0}}}}},
+  };
+  {
+    DefaultsFile defaults(folder / "home/defaults.json");
+    for (const auto& [key, value] : values) defaults.set(key, value);
+  }
+  const DefaultsFile defaults(folder / "home/defaults.json");
+  for (const auto& [key, value] : values) EXPECT_TRUE(defaults.object(key) == value) << key;
+  EXPECT_EQ(modeOf(folder / "home/defaults.json"), "0600");
+  EXPECT_EQ(modeOf(folder / "home"), "0700");
+}
+
+// Read by scripts and by hosts that were written before, so the bytes stay.
+TEST(DefaultsFile, WritesPlainJson) {
+  const TemporaryFolder folder;
+  DefaultsFile defaults(folder / "d.json");
+  defaults.set("b", 2.0);
+  defaults.set("a", true);
+  defaults.set("broken", std::string("\xFF"));
+  EXPECT_EQ(folder.read("d.json"), "{\n  \"a\": true,\n  \"b\": {\"$double\":\"2\"}\n}\n");
+  EXPECT_EQ(defaults.object("broken"), Value(std::string("\xFF")));
+  defaults.remove("a");
+  defaults.remove("b");
+  EXPECT_EQ(folder.read("d.json"), "{\n}\n");
+}
+
+TEST(DefaultsFile, AnswersASetValueBeforeARegisteredOne) {
+  const TemporaryFolder folder;
+  DefaultsFile defaults(folder / "d.json");
+  defaults.set("off", false);
+  defaults.registerDefaults({{"off", true}, {"on", true}});
+  EXPECT_FALSE(defaults.boolean("off"));
+  EXPECT_TRUE(defaults.boolean("on"));
+  EXPECT_FALSE(defaults.boolean("absent"));
+  defaults.remove("off");
+  EXPECT_TRUE(defaults.boolean("off"));
+  EXPECT_EQ(DefaultsFile(folder / "d.json").object("on"), std::nullopt);
+}
+
+TEST(DefaultsFile, TellsItsObserverAfterTheChangeWithNoLockHeld) {
+  DefaultsFile defaults(std::nullopt);
+  std::vector<std::optional<Value>> seen;
+  defaults.setObserver([&] { seen.push_back(defaults.object("key")); });
+  defaults.set("key", 1);
+  defaults.set("key", 1);
+  defaults.remove("key");
+  EXPECT_THAT(seen, ::testing::ElementsAre(Value(1), Value(1), std::nullopt));
+}
+
+TEST(DefaultsFile, HoldsForThisProcessWhatCannotBeWritten) {
+  const TemporaryFolder folder;
+  folder.write("file", "");
+  for (const std::optional<std::filesystem::path>& place :
+       {std::optional<std::filesystem::path>(), std::optional(folder / "file/defaults.json")}) {
+    DefaultsFile defaults(place);
+    defaults.set("key", "kept");
+    EXPECT_EQ(defaults.object("key"), Value("kept"));
+  }
+}
+
+TEST(DefaultsFile, BeginsAnewWhenItsFileIsDamagedAndKeepsTheDamagedOne) {
+  for (const char* damaged : {"", "{\"a\":1", "[1]", "\xFF\xFE{}", "null"}) {
+    const TemporaryFolder folder;
+    folder.write("d.json", damaged);
+    DefaultsFile defaults(folder / "d.json");
+    EXPECT_EQ(defaults.object("a"), std::nullopt) << damaged;
+    defaults.set("b", 2);
+    EXPECT_EQ(DefaultsFile(folder / "d.json").object("b"), Value(2)) << damaged;
+    EXPECT_EQ(folder.read("d.json.damaged"), damaged);
+  }
+}
+
+TEST(SecureStoreFile, KeepsBytesUnderServicesForTheUserAlone) {
+  const TemporaryFolder folder;
+  const std::string bytes("\0\xFF id", 5);
+  SecureStoreFile store(folder / "home/secure-store.json");
+  EXPECT_EQ(store.read("app.key").status, SecureStore::itemNotFound);
+  EXPECT_EQ(store.remove("app.key"), SecureStore::itemNotFound);
+  EXPECT_EQ(store.add("app.key", bytes), SecureStore::success);
+  EXPECT_EQ(store.add("app.key", "other"), SecureStore::duplicateItem);
+  EXPECT_EQ(store.add("app.empty", ""), SecureStore::success);
+  EXPECT_EQ(SecureStoreFile(folder / "home/secure-store.json").read("app.key").bytes, bytes);
+  EXPECT_EQ(store.read("app.empty").bytes, "");
+  EXPECT_EQ(modeOf(folder / "home/secure-store.json"), "0600");
+  EXPECT_EQ(modeOf(folder / "home"), "0700");
+  // base64 of the five bytes by the program of that name
+  EXPECT_EQ(folder.read("home/secure-store.json"), R"({"app.empty":"","app.key":"AP8gaWQ="})");
+  EXPECT_EQ(store.remove("app.key"), SecureStore::success);
+  EXPECT_EQ(store.read("app.key").status, SecureStore::itemNotFound);
+  EXPECT_EQ(store.read("app.empty").status, SecureStore::success);
+}
+
+TEST(SecureStoreFile, ReportsADamagedFileAndReplacesItOnlyForANewItem) {
+  const TemporaryFolder folder;
+  folder.write("s.json", "{\"app.key\":");
+  SecureStoreFile store(folder / "s.json");
+  EXPECT_EQ(store.read("app.key").status, SecureStore::ioFailure);
+  EXPECT_EQ(store.remove("app.key"), SecureStore::ioFailure);
+  EXPECT_EQ(store.add("app.key", "new"), SecureStore::success);
+  EXPECT_EQ(store.read("app.key").bytes, "new");
+  EXPECT_EQ(folder.read("s.json.damaged"), "{\"app.key\":");
+  folder.write("s.json", R"({"app.key":"no base64","app.number":1})");
+  EXPECT_EQ(store.read("app.key").status, SecureStore::ioFailure);
+  EXPECT_EQ(store.read("app.number").status, SecureStore::ioFailure);
+}
+
+TEST(SecureStoreFile, FailsWithoutAPlaceAndOnAFullDisk) {
+  SecureStoreFile none(std::nullopt);
+  EXPECT_EQ(none.add("a", "b"), SecureStore::ioFailure);
+  EXPECT_EQ(none.read("a").status, SecureStore::ioFailure);
+  const TemporaryFolder folder;
+  SecureStoreFile store(folder / "s.json");
+  EXPECT_EQ(store.add("a", "kept"), SecureStore::success);
+  {
+    const FullDisk disk(50);
+    EXPECT_EQ(store.add("b", std::string(100, 'x')), SecureStore::ioFailure);
+  }
+  EXPECT_EQ(store.read("a").bytes, "kept");
+  EXPECT_EQ(store.read("b").status, SecureStore::itemNotFound);
+}
+
+}  // namespace
+}  // namespace sorn::testing

@@ -1,0 +1,253 @@
+#include <cmath>
+#include <limits>
+#include <random>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/Json.h"
+#include "support/JsonCheck.h"
+#include "support/JsonWriter.h"
+
+namespace sorn::support {
+namespace {
+
+using namespace std::string_literals;
+
+TEST(JsonWriter, EscapesWhatTheServerExpects) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"", R"("")"},
+      {"plain text 123", R"("plain text 123")"},
+      {"a/b", R"("a\/b")"},
+      {"\"\\", R"("\"\\")"},
+      {"\b\f\n\r\t", R"("\b\f\n\r\t")"},
+      {"\x01\x1f\x7f"s, "\"\\u0001\\u001f\x7f\""},
+      {"\0x"s, R"("\u0000x")"},
+      {"\u00e9\u65e5\U0001F600/", "\"\u00e9\u65e5\U0001F600\\/\""},
+  };
+  for (const auto& [text, expected] : cases) {
+    std::string out = ">";
+    EXPECT_TRUE(appendText(out, text));
+    EXPECT_EQ(out, ">" + expected);
+  }
+}
+
+TEST(JsonWriter, WhatIsNotUtf8IsNotWritten) {
+  for (const std::string& text : {"\xff"s, "a\xc3"s, "\xed\xa0\x80"s, "\xc0\x80/"s}) {
+    std::string out = ">";
+    EXPECT_FALSE(appendText(out, text));
+    EXPECT_EQ(out, ">");
+  }
+}
+
+TEST(JsonWriter, NumbersAreShortAndWholeOnesHaveNoPoint) {
+  const std::pair<double, const char*> cases[] = {
+      {1.0, "1"},           {-2.0, "-2"},
+      {100000.0, "100000"}, {1700000000.25, "1700000000.25"},
+      {0.1, "0.1"},         {1e300, "1e+300"},
+      {-0.0, "-0"},         {123456789012345678.0, "123456789012345680"},
+      {5e-324, "5e-324"},   {1.0 / 3, "0.3333333333333333"},
+  };
+  for (const auto& [number, expected] : cases) {
+    std::string out;
+    EXPECT_TRUE(appendNumber(out, number));
+    EXPECT_EQ(out, expected);
+  }
+  std::string out;
+  EXPECT_FALSE(appendNumber(out, std::nan("")));
+  EXPECT_FALSE(appendNumber(out, -std::numeric_limits<double>::infinity()));
+  appendNumber(out, std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(out, "-9223372036854775808");
+}
+
+TEST(JsonWriter, PutsCommasBetweenWhatStandsSideBySide) {
+  std::string out;
+  Writer writer(out);
+  writer.beginObject();
+  writer.key("a");
+  writer.beginArray();
+  writer.integer(1);
+  writer.null();
+  writer.beginObject();
+  writer.endObject();
+  writer.raw("{\"x\":0}");
+  writer.endArray();
+  writer.key("b");
+  writer.boolean(true);
+  writer.key("c");
+  writer.text("/");
+  writer.endObject();
+  EXPECT_EQ(out, R"({"a":[1,null,{},{"x":0}],"b":true,"c":"\/"})");
+  EXPECT_TRUE(writer.isValid());
+  writer.number(std::nan(""));
+  EXPECT_FALSE(writer.isValid());
+}
+
+TEST(JsonWriter, RefusesValuesThatJsonCannotHold) {
+  Value deep(List{});
+  for (int level = 1; level < 512; ++level) deep = List{std::move(deep)};
+  EXPECT_EQ(compactText(deep), std::string(512, '[') + std::string(512, ']'));
+  const Value refused[] = {Value(dateSince1970(0)),        Value(std::nan("")),
+                           Value(Decimal{"1e"}),           Value("\xff"),
+                           Value(Dictionary{{"\xff", 1}}), Value(List{std::move(deep)})};
+  for (const Value& value : refused) {
+    std::string out = "before";
+    EXPECT_FALSE(appendValue(out, List{1, value}));
+    EXPECT_EQ(out, "before");
+  }
+  EXPECT_FALSE(compactText("a lone text"));
+  EXPECT_EQ(compactText(List{Decimal{"1e400"}, true, 1}), "[1e400,true,1]");
+}
+
+TEST(JsonWriter, ThePrettyFormHasAMemberALine) {
+  const Value value =
+      Dictionary{{"a", List{1, "x/"}}, {"b", Dictionary{}}, {"c", Dictionary{{"d", List{Value(List{})}}}}};
+  EXPECT_EQ(prettyText(value), R"({
+  "a" : [
+    1,
+    "x\/"
+  ],
+  "b" : {
+
+  },
+  "c" : {
+    "d" : [
+      [
+
+      ]
+    ]
+  }
+})");
+  EXPECT_EQ(prettyText(List{}), "[\n\n]");
+}
+
+TEST(JsonWriter, WhatIsWrittenReadsBackEqual) {
+  std::mt19937_64 random(7);
+  const auto make = [&random](auto& self, int depth) -> Value {
+    switch (random() % (depth > 0 ? 8 : 6)) {
+      case 0:
+        return nullptr;
+      case 1:
+        return random() % 2 == 0;
+      case 2:
+        return static_cast<std::int64_t>(random());
+      case 3:
+        // Never whole: a whole double is written, and so read back, as an integer.
+        return std::ldexp(static_cast<double>(random() % 100000) + 0.5, -static_cast<int>(random() % 200));
+      case 4:
+      case 5: {
+        const std::string alphabet[] = {"a", "/", "\"", "\\", "\n", "\x02", "\u00e9", "\U0001F600", "\u2028"};
+        std::string text;
+        for (auto count = random() % 12; count > 0; --count) text += alphabet[random() % std::size(alphabet)];
+        return text;
+      }
+      case 6: {
+        List list;
+        for (auto count = random() % 4; count > 0; --count) list.push_back(self(self, depth - 1));
+        return list;
+      }
+      default: {
+        Dictionary dictionary;
+        for (auto count = random() % 4; count > 0; --count) {
+          dictionary[std::to_string(random() % 50)] = self(self, depth - 1);
+        }
+        return dictionary;
+      }
+    }
+  };
+  for (int round = 0; round < 2000; ++round) {
+    const Value value = List{make(make, 5)};
+    for (const auto& text : {compactText(value), prettyText(value)}) {
+      ASSERT_TRUE(text);
+      const auto document = Document::parse(*text);
+      ASSERT_TRUE(document) << *text;
+      ASSERT_EQ(document->root().toValue(), value) << *text;
+    }
+  }
+}
+
+constexpr std::string_view reserved[] = {"campaign_subtype", "inapp_status"};
+
+TEST(JsonCheck, TakesCompleteCompactObjects) {
+  const std::string taken[] = {
+      "{}",
+      R"({"a":1})",
+      R"({"B_a":true,"D_b":1700000000.123456,"N_c":-0.5e-7,"S_d":"x\/y","e":null,"f":false})",
+      R"({"a":{"inapp_status":[{},[],[0,-1,"]}"]]},"b":[[[]]]})",
+      R"({"":"","inapp_statu":1,"inapp_status2":2})",
+      "{\"S_a\":\"\u00e9\U0001F600\\ud83d\\ude00\\u00e9\"}",
+      "{\"a\":" + std::string(63, '[') + std::string(63, ']') + "}",
+  };
+  for (const std::string& text : taken) {
+    EXPECT_TRUE(isPlainObjectWithout(text, reserved)) << text;
+    EXPECT_TRUE(Document::parse(text)) << text;
+  }
+}
+
+TEST(JsonCheck, RefusesWhatIsIncompleteOrTakesAReservedKey) {
+  const std::string refused[] = {
+      "",
+      "{",
+      "}",
+      "[]",
+      "1",
+      "{}}",
+      "{}{}",
+      "{},",
+      R"({"a"})",
+      R"({"a":})",
+      R"({"a":1,})",
+      R"({,"a":1})",
+      R"({"a":1 })",
+      R"({ "a":1})",
+      R"({"a" :1})",
+      "{\"a\":1}\n",
+      R"({"a":[1}})",
+      R"({"a":{1:2}})",
+      R"({a:1})",
+      R"({"a":01})",
+      R"({"a":1.})",
+      R"({"a":.5})",
+      R"({"a":+1})",
+      R"({"a":-})",
+      R"({"a":1e})",
+      R"({"a":tru})",
+      R"({"a":NaN})",
+      R"({"a":"x})",
+      "{\"a\":\"\n\"}",
+      R"({"a":"\x"})",
+      R"({"a":"\u12g4"})",
+      R"({"a":"\ud800"})",
+      R"({"a":"\udc00"})",
+      R"({"a":"\ud800\u0041"})",
+      "{\"a\":\"\xff\"}",
+      "{\"\xc0\xaf\":1}",
+      R"({"a":"\)",
+      R"({"a":"\u)",
+      R"({"a":1)",
+      R"({"a":[)",
+      R"({"a")",
+      R"({"a\u0062":1})",
+      R"({"inapp_status":1})",
+      R"({"a":{"b":[]},"campaign_subtype":2})",
+      R"({"inapp\u005fstatus":1})",
+      "{\"a\":1}\0"s,
+      "{\"a\0\":1}"s,
+      "{\"a\":" + std::string(64, '[') + std::string(64, ']') + "}",
+      std::string(100000, '['),
+  };
+  for (const std::string& text : refused) EXPECT_FALSE(isPlainObjectWithout(text, reserved)) << text;
+}
+
+TEST(JsonCheck, EveryCutOfAnObjectIsIncomplete) {
+  const std::string whole = R"({"a":{"b":[1.5e3,"\ud83d\ude00\n",true,null]},"c":"x"})";
+  ASSERT_TRUE(isPlainObjectWithout(whole, reserved));
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    // A copy of exactly this length, so that the sanitizer sees a read behind it.
+    const std::vector<char> cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+    EXPECT_FALSE(isPlainObjectWithout({cut.data(), cut.size()}, reserved)) << length;
+  }
+}
+
+}  // namespace
+}  // namespace sorn::support

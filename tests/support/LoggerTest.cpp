@@ -1,0 +1,109 @@
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "sorn/SornError.h"
+#include "support/Logger.h"
+
+namespace sorn::support {
+namespace {
+
+using platform::SystemLogType;
+
+// Keeps the lines; written by the logger's thread, read after a flush.
+class Lines : public platform::SystemLog {
+ public:
+  void write(SystemLogType type, std::string_view line) override { lines.emplace_back(type, line); }
+  std::vector<std::pair<SystemLogType, std::string>> lines;
+};
+
+class LoggerTest : public testing::Test {
+ protected:
+  LoggerTest() {
+    unsetenv("SNSORN_FORCE_LOGGING");
+    unsetenv("SNSORN_FORCE_PRINT_STATEMENTS");
+  }
+  ~LoggerTest() override {
+    unsetenv("SNSORN_FORCE_LOGGING");
+    unsetenv("SNSORN_FORCE_PRINT_STATEMENTS");
+  }
+  static std::string place(std::uint_least32_t line) {
+    return "[LoggerTest.cpp:" + std::to_string(line) + "] ";
+  }
+
+  std::shared_ptr<Lines> systemLog_ = std::make_shared<Lines>();
+  Logger logger_{systemLog_};
+};
+
+TEST_F(LoggerTest, SilentLinesAreNotEvenFormatted) {
+  setenv("SNSORN_FORCE_PRINT_STATEMENTS", "1", 1);
+  testing::internal::CaptureStdout();
+  logger_.log(LogLevel::error, [] {
+    ADD_FAILURE() << "formatted";
+    return std::string();
+  });
+  logger_.log(SornError::plain(SornError::Code::invalidAppKey), Forced::no);
+  logger_.flush();
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_TRUE(systemLog_->lines.empty());
+}
+
+TEST_F(LoggerTest, ForcedErrorsAreWrittenWithoutAnySwitch) {
+  logger_.log(SornError::emptyExtraKey(""), Forced::yes);
+  const auto line = std::source_location::current().line() - 1;
+  logger_.flush();
+  ASSERT_EQ(systemLog_->lines.size(), 1u);
+  EXPECT_EQ(systemLog_->lines[0].first, SystemLogType::error);
+  EXPECT_EQ(systemLog_->lines[0].second, place(line) + "\u26D4\uFE0F [SORN] Key '' is empty");
+}
+
+TEST_F(LoggerTest, TheSecondSwitchSendsLinesToStandardOutput) {
+  setenv("SNSORN_FORCE_PRINT_STATEMENTS", "", 1);  // its presence counts, not its value
+  testing::internal::CaptureStdout();
+  logger_.logDescription("forced", Forced::yes);
+  const auto line = std::source_location::current().line() - 1;
+  logger_.flush();
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), place(line) + "\u26D4\uFE0F forced\n");
+  EXPECT_TRUE(systemLog_->lines.empty());
+}
+
+TEST_F(LoggerTest, LevelsHaveTheirMarkAndType) {
+  setenv("SNSORN_FORCE_LOGGING", "", 1);
+  const std::tuple<LogLevel, SystemLogType, std::string> cases[] = {
+      {LogLevel::error, SystemLogType::error, "\u26D4\uFE0F"},
+      {LogLevel::warning, SystemLogType::error, "\u26A0\uFE0F"},
+      {LogLevel::success, SystemLogType::standard, "\u2705"},
+      {LogLevel::info, SystemLogType::info, "\U0001F4EC"},
+      {LogLevel::timer, SystemLogType::standard, "\U0010042B"},
+      {LogLevel::appEvent, SystemLogType::standard, "\U0001F4F1"},
+  };
+  std::size_t written = 0;
+  for (const auto& [level, type, mark] : cases) {
+    logger_.log(level, "text");
+    const auto line = std::source_location::current().line() - 1;
+    logger_.flush();
+    ASSERT_EQ(systemLog_->lines.size(), ++written);
+    EXPECT_EQ(systemLog_->lines.back().first, type);
+    EXPECT_EQ(systemLog_->lines.back().second, place(line) + mark + " text");
+  }
+}
+
+TEST_F(LoggerTest, LinesKeepTheirOrderAndAreWrittenBeforeTheEnd) {
+  setenv("SNSORN_FORCE_LOGGING", "1", 1);
+  {
+    Logger logger(systemLog_);
+    for (int number = 0; number < 500; ++number)
+      logger.log(LogLevel::info, [&] { return std::to_string(number); });
+  }
+  ASSERT_EQ(systemLog_->lines.size(), 500u);
+  for (std::size_t number = 0; number < 500; ++number) {
+    EXPECT_TRUE(systemLog_->lines[number].second.ends_with(" " + std::to_string(number)));
+  }
+}
+
+}  // namespace
+}  // namespace sorn::support

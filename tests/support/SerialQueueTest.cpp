@@ -1,0 +1,175 @@
+#include <atomic>
+#include <future>
+#include <memory>
+#include <numeric>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/SerialQueue.h"
+
+namespace sorn::support {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(SerialQueue, AWaitingCallerRunsWhatStandsBeforeItOnItsOwnThread) {
+  SerialQueue queue;
+  std::promise<void> entered;
+  std::promise<void> release;
+  queue.performBlock([&] {
+    entered.set_value();
+    release.get_future().wait();
+  });
+  entered.get_future().wait();  // the worker holds the queue, so the rest gathers behind it
+  std::vector<int> order;
+  std::vector<std::thread::id> threads;
+  for (int number = 0; number < 3; ++number) {
+    queue.performBlock([&, number] {
+      order.push_back(number);
+      threads.push_back(std::this_thread::get_id());
+    });
+  }
+  std::thread releaser([&] {
+    std::this_thread::sleep_for(20ms);  // lets the caller below take its place; either order is right
+    release.set_value();
+  });
+  queue.performBlockAndWait([&] { order.push_back(3); });
+  releaser.join();
+  EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3}));
+  EXPECT_EQ(threads.size(), 3u);
+}
+
+TEST(SerialQueue, FromInsideABlockWaitingRunsAtOnceAndAppendingRunsLater) {
+  SerialQueue queue;
+  std::vector<int> order;
+  queue.performBlockAndWait([&] {
+    EXPECT_TRUE(queue.isCurrent());
+    queue.performBlock([&] { order.push_back(3); });
+    EXPECT_EQ(queue.performBlockAndWait([&] {
+      order.push_back(1);
+      return 7;
+    }),
+              7);
+    order.push_back(2);
+  });
+  EXPECT_FALSE(queue.isCurrent());
+  queue.performBlockAndWait([&] { order.push_back(4); });
+  EXPECT_EQ(order, (std::vector<int>{1, 2, 3, 4}));
+}
+
+TEST(SerialQueue, AnExceptionOfTheCallersOwnBlockReleasesTheQueue) {
+  SerialQueue queue;
+  EXPECT_THROW(queue.performBlockAndWait([]() -> int { throw std::runtime_error("x"); }), std::runtime_error);
+  EXPECT_EQ(queue.performBlockAndWait([] { return 1; }), 1);
+}
+
+TEST(SerialQueue, WhatABlockHoldsMayCallBackWhenItDies) {
+  SerialQueue queue;
+  std::vector<int> order;
+  const auto hold = [&](int number) {
+    return std::shared_ptr<void>(nullptr, [&queue, &order, number](void*) {
+      EXPECT_TRUE(queue.isCurrent());
+      queue.performBlock([&order, number] { order.push_back(number); });
+    });
+  };
+  queue.performBlock([held = hold(1)] {});
+  queue.performBlock([held = hold(2)] {});
+  queue.performBlockAndWait([] {});
+  queue.performBlockAndWait([] {});
+  EXPECT_EQ(order, (std::vector<int>{1, 2}));
+}
+
+TEST(SerialQueue, ItsEndRunsWhatIsQueuedAndWhatThatAppends) {
+  std::vector<int> order;
+  {
+    SerialQueue queue;
+    queue.performBlock([&] {
+      order.push_back(1);
+      queue.performBlock([&] {
+        order.push_back(2);
+        queue.performBlock([&] { order.push_back(3); });
+      });
+    });
+  }
+  EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
+}
+
+// Every thread posts and waits in turn; the counters need no lock of their own when only one block runs at a
+// time, and each thread's blocks must keep their order.
+TEST(SerialQueue, ManyThreadsShareItWithoutOverlapOrReordering) {
+  constexpr int threadCount = 6;
+  constexpr int rounds = 3000;
+  SerialQueue queue;
+  std::vector<int> last(threadCount, -1);
+  int total = 0;
+  int misplaced = 0;
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < threadCount; ++thread) {
+    threads.emplace_back([&, thread] {
+      for (int round = 0; round < rounds; ++round) {
+        const auto block = [&, thread, round] {
+          if (last[thread] != round - 1) ++misplaced;
+          last[thread] = round;
+          ++total;
+        };
+        if ((round + thread) % 3 == 0) {
+          queue.performBlockAndWait(block);
+        } else {
+          queue.performBlock(block);
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(queue.performBlockAndWait([&] { return total; }), threadCount * rounds);
+  EXPECT_EQ(misplaced, 0);
+}
+
+// A posted block that nobody waits for runs by itself, also when it comes while another thread holds the
+// queue.
+TEST(SerialQueue, TheWorkerMissesNoBlock) {
+  SerialQueue queue;
+  for (int round = 0; round < 2000; ++round) {
+    std::promise<void> ran;
+    std::thread holder;
+    if (round % 2 == 0) holder = std::thread([&] { queue.performBlockAndWait([] {}); });
+    queue.performBlock([&] { ran.set_value(); });
+    ASSERT_EQ(ran.get_future().wait_for(10s), std::future_status::ready) << round;
+    if (holder.joinable()) holder.join();
+  }
+}
+
+TEST(SerialQueue, TheQuietHandlerRunsOnceAfterEachTimeOfWork) {
+  SerialQueue queue;
+  std::promise<void> first;
+  std::promise<void> second;
+  std::atomic<int> runs = 0;
+  queue.setQuietHandler(5ms, [&] {
+    const int run = ++runs;
+    EXPECT_FALSE(queue.isCurrent());
+    if (run == 1) first.set_value();
+    if (run == 2) second.set_value();
+  });
+  queue.performBlockAndWait([] {});
+  ASSERT_EQ(first.get_future().wait_for(10s), std::future_status::ready);
+  std::this_thread::sleep_for(30ms);
+  EXPECT_EQ(runs, 1);
+  queue.performBlock([] {});
+  ASSERT_EQ(second.get_future().wait_for(10s), std::future_status::ready);
+}
+
+TEST(SerialQueue, ALongTurnIsNotQuiet) {
+  SerialQueue queue;
+  std::atomic<int> runs = 0;
+  queue.setQuietHandler(10ms, [&] { ++runs; });
+  queue.performBlockAndWait([&] {
+    std::this_thread::sleep_for(60ms);
+    EXPECT_EQ(runs, 0);
+  });
+}
+
+}  // namespace
+}  // namespace sorn::support
