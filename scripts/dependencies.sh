@@ -4,7 +4,7 @@
 build_packages=(
   build-essential cmake ninja-build ccache pkg-config
   libsqlite3-dev libcurl4-openssl-dev libssl-dev zlib1g-dev libplist-dev libsimdjson-dev libicu-dev
-  libcpp-httplib-dev nlohmann-json3-dev
+  nlohmann-json3-dev
 )
 test_packages=(
   libgtest-dev libgmock-dev openssl python3 sqlite3 gzip

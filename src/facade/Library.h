@@ -33,6 +33,7 @@ class Library {
   Library& operator=(const Library&) = delete;
 
   Sorn& sorn() { return *sorn_; }
+  static Library& of(Sorn& sorn) { return sorn.library_; }
 
   void start(const std::string& configurationFile);
   // Throws `serviceUnavailable` in a child process that was forked off.

@@ -25,29 +25,34 @@ class RowView {
       : rowID_(rowID), statement_(statement), cells_(cells) {}
 
   std::int64_t rowID() const { return rowID_; }
-  template <class Described>
-  bool isAbsent(const Described& attribute) const {
-    return statement_ && cells_.empty() ? statement_->isNull(attribute.column + 1)
-                                        : store::isAbsent(cells_[attribute.column]);
+
+  bool isAbsentAt(std::size_t column) const {
+    return readsStatement() ? statement_->isNull(static_cast<int>(column) + 1)
+                            : store::isAbsent(cells_[column]);
   }
   // Zero or empty when absent. A text is valid until the scan goes on.
-  template <class Described>
-  std::int64_t integer(const Described& attribute) const {
-    return statement_ && cells_.empty() ? statement_->integer(attribute.column + 1)
-                                        : fromCell<std::int64_t>(cells_[attribute.column]).value_or(0);
+  std::int64_t integerAt(std::size_t column) const {
+    return readsStatement() ? statement_->integer(static_cast<int>(column) + 1)
+                            : fromCell<std::int64_t>(cells_[column]).value_or(0);
   }
-  template <class Described>
-  double real(const Described& attribute) const {
-    return statement_ && cells_.empty() ? statement_->real(attribute.column + 1)
-                                        : fromCell<double>(cells_[attribute.column]).value_or(0);
+  double realAt(std::size_t column) const {
+    return readsStatement() ? statement_->real(static_cast<int>(column) + 1)
+                            : fromCell<double>(cells_[column]).value_or(0);
   }
-  std::string_view text(const Attribute<std::string>& attribute) const {
-    if (statement_ && cells_.empty()) return statement_->text(attribute.column + 1);
-    const auto* text = std::get_if<std::string>(&cells_[attribute.column]);
+  std::string_view textAt(std::size_t column) const {
+    if (readsStatement()) return statement_->text(static_cast<int>(column) + 1);
+    const auto* text = std::get_if<std::string>(&cells_[column]);
     return text ? std::string_view(*text) : std::string_view();
   }
 
+  bool isAbsent(const auto& attribute) const { return isAbsentAt(attribute.column); }
+  std::int64_t integer(const auto& attribute) const { return integerAt(attribute.column); }
+  double real(const auto& attribute) const { return realAt(attribute.column); }
+  std::string_view text(const Attribute<std::string>& attribute) const { return textAt(attribute.column); }
+
  private:
+  bool readsStatement() const { return statement_ && cells_.empty(); }
+
   std::int64_t rowID_;
   const sqlite::Statement* statement_;
   std::span<const Cell> cells_;  // empty for a row that is read from the statement

@@ -14,7 +14,7 @@ constexpr std::uint8_t plain = 0;
 constexpr std::uint8_t beyondAscii = 1;
 constexpr std::uint8_t quote = 2;
 constexpr std::uint8_t backslash = 3;
-constexpr std::uint8_t forbidden = 4;
+constexpr std::uint8_t forbidden = 4;  // a control
 
 // What a byte is inside a text.
 constexpr std::array<std::uint8_t, 256> textBytes = [] {
@@ -120,17 +120,26 @@ class Check {
 
   // Behind the opening quote; takes the closing one as well.
   bool text() {
-    while (at_ < end_) {
-      const std::uint8_t kind = textBytes[static_cast<unsigned char>(*at_++)];
-      if (kind == plain) continue;
-      if (kind == quote) return true;
-      if (kind == beyondAscii) {
-        beyondAscii_ = true;
-      } else if (kind == forbidden || !escape()) {
-        return false;
+    while (true) {
+      // Kept out of the members, so that the loop runs in registers.
+      const char* at = at_;
+      while (at < end_ && textBytes[static_cast<unsigned char>(*at)] == plain) ++at;
+      at_ = at;
+      if (at == end_) return false;
+      ++at_;
+      switch (textBytes[static_cast<unsigned char>(*at)]) {
+        case quote:
+          return true;
+        case beyondAscii:
+          beyondAscii_ = true;
+          break;
+        case backslash:
+          if (!escape()) return false;
+          break;
+        default:
+          return false;
       }
     }
-    return false;
   }
 
   // Behind the backslash. A high surrogate must be followed by a low one, which is never alone.

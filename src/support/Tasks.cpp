@@ -1,5 +1,6 @@
 #include "support/Tasks.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -37,6 +38,9 @@ void Tasks::stop() {
   }
   wake();
   if (thread_.joinable()) thread_.join();
+  const std::lock_guard lock(mutex_);
+  ended_ = true;
+  idle_.notify_all();
 }
 
 void Tasks::post(Work work) {
@@ -95,6 +99,7 @@ void Tasks::waitUntilIdle() {
 }
 
 bool Tasks::isIdleLocked() {
+  if (ended_) return true;
   if (!ready_.empty() || isRunningWork_ || requestsUnderWay_ > 0) return false;
   const platform::Monotonic now = clock_->monotonic();
   for (const auto& [id, tick] : ticks_) {
@@ -119,7 +124,7 @@ void Tasks::run() {
       const std::lock_guard lock(mutex_);
       if (ending_) break;
       if (!ready_.empty()) continue;
-      sleep = untilNextTimer();
+      sleep = longestWait();
       if (isIdleLocked()) idle_.notify_all();
     }
     transport_->wait(sleep);
@@ -163,15 +168,22 @@ bool Tasks::runDueTimer() {
   return true;
 }
 
-Tasks::Seconds Tasks::untilNextTimer() {
-  if (!clock_->runsByItself()) return longestSleep;
-  const platform::Monotonic now = clock_->monotonic();
-  Seconds next = longestSleep;
-  for (const auto& [id, tick] : ticks_) {
-    const Seconds until = tick->due - now;
-    if (until < next) next = until;
-  }
-  return next > Seconds{0} ? next : Seconds{0};
+std::optional<Tasks::Seconds> Tasks::untilNextTimer() {
+  const std::lock_guard lock(mutex_);
+  if (ticks_.empty()) return std::nullopt;
+  return nextDue() - clock_->monotonic();
+}
+
+// The earliest tick; there is one.
+platform::Monotonic Tasks::nextDue() const {
+  platform::Monotonic next = ticks_.begin()->second->due;
+  for (const auto& [id, tick] : ticks_) next = std::min(next, tick->due);
+  return next;
+}
+
+Tasks::Seconds Tasks::longestWait() const {
+  if (!clock_->runsByItself() || ticks_.empty()) return longestSleep;
+  return std::clamp(nextDue() - clock_->monotonic(), Seconds{0}, longestSleep);
 }
 
 }  // namespace sorn::support

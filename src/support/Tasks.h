@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 #include "sorn/platform/Clock.h"
@@ -56,6 +57,9 @@ class Tasks {
 
   bool isCurrent() const { return std::this_thread::get_id() == threadId_.load(std::memory_order_relaxed); }
 
+  // Time to the next tick on the clock, zero when one is due; absent without timers. Any thread.
+  std::optional<Seconds> untilNextTimer();
+
   // Whether no work is queued or running, no timer is due and no request is on its way. Any thread.
   bool isIdle();
   // Returns when `isIdle`. Not from the task thread.
@@ -72,7 +76,8 @@ class Tasks {
   void run();
   bool runReady();
   bool runDueTimer();
-  Seconds untilNextTimer();
+  platform::Monotonic nextDue() const;
+  Seconds longestWait() const;
   bool isIdleLocked();
   void wake();
   void sendNow(platform::HttpRequest request, platform::HttpTransport::Completion completion);
@@ -88,6 +93,7 @@ class Tasks {
   std::size_t requestsUnderWay_ = 0;
   bool isRunningWork_ = false;
   bool ending_ = false;
+  bool ended_ = false;  // the thread is gone, so nothing queued will run
   std::map<std::uint64_t, platform::HttpTransport::RequestId> requests_;  // task thread alone
   std::uint64_t lastRequest_ = 0;                                         // task thread alone
   std::atomic<std::thread::id> threadId_{};
