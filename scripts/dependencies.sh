@@ -4,10 +4,10 @@
 build_packages=(
   build-essential cmake ninja-build ccache pkg-config
   libsqlite3-dev libcurl4-openssl-dev libssl-dev zlib1g-dev libplist-dev libsimdjson-dev libicu-dev
-  nlohmann-json3-dev
+  nlohmann-json3-dev python3
 )
 test_packages=(
-  libgtest-dev libgmock-dev openssl python3 sqlite3 gzip
+  libgtest-dev libgmock-dev openssl sqlite3 gzip
   clang-16 clang-format-16 clang-tidy-16 libclang-rt-16-dev
 )
 bench_packages=(libbenchmark-dev)

@@ -12,12 +12,14 @@ namespace sorn::support {
 namespace {
 
 constexpr char plain = 0;
+constexpr char beyondAscii = 1;
 constexpr char control = 'u';
 
-// For each byte what follows the backslash in its escape; `plain` where it needs none.
+// For each byte what follows the backslash in its escape, or one of the first two where it needs none.
 constexpr std::array<char, 256> escapes = [] {
   std::array<char, 256> table{};
   for (std::size_t byte = 0; byte < 0x20; ++byte) table[byte] = control;
+  for (std::size_t byte = 0x80; byte < 0x100; ++byte) table[byte] = beyondAscii;
   table['\b'] = 'b';
   table['\f'] = 'f';
   table['\n'] = 'n';
@@ -47,7 +49,7 @@ void appendEscaped(std::string& out, std::string_view text) {
   std::size_t begin = 0;
   for (std::size_t at = 0; at < text.size(); ++at) {
     const char escape = escapeOf(text[at]);
-    if (escape == plain) continue;
+    if (escape == plain || escape == beyondAscii) continue;
     out.append(text.data() + begin, at - begin);
     appendEscape(out, text[at], escape);
     begin = at + 1;
@@ -119,19 +121,13 @@ std::optional<std::string> written(const Value& value, Writer::Form form) {
 }  // namespace
 
 bool appendText(std::string& out, std::string_view text) {
-  unsigned bytes = 0;
-  unsigned escaped = 0;
-  for (const char character : text) {
-    bytes |= static_cast<unsigned char>(character);
-    escaped |= static_cast<unsigned char>(escapeOf(character));
-  }
-  if (bytes >= 0x80 && !isValidUtf8(text)) return false;
+  std::size_t plainLength = 0;
+  while (plainLength < text.size() && escapeOf(text[plainLength]) == plain) ++plainLength;
+  const bool isPlain = plainLength == text.size();
+  if (!isPlain && !isValidUtf8(text)) return false;
   out += '"';
-  if (escaped == 0) {
-    out += text;
-  } else {
-    appendEscaped(out, text);
-  }
+  out.append(text.data(), plainLength);
+  if (!isPlain) appendEscaped(out, text.substr(plainLength));
   out += '"';
   return true;
 }
@@ -146,7 +142,7 @@ bool appendNumber(std::string& out, double number) {
   constexpr double largestPlain = 1e15;
   if (!std::isfinite(number)) return false;
   // The shortest form of a whole number may be an exponent, such as 1e+05; this one reads better.
-  if (number != 0 && std::abs(number) < largestPlain && std::trunc(number) == number) {
+  if (std::abs(number) < largestPlain && std::trunc(number) == number) {
     appendNumber(out, static_cast<std::int64_t>(number));
     return true;
   }
