@@ -121,6 +121,8 @@ void Commands::addCommands() {
     sorn_.logScreenWithName(argument(line, 0), data(line, 1));
     return Dictionary();
   };
+  addUserCommands();
+  addLifecycleCommands();
   handlers_["wait"] = [](const CommandLine& line) {
     std::this_thread::sleep_for(std::chrono::duration<double>(std::min(positiveSeconds(line), 86400.0)));
     return Dictionary();
@@ -129,6 +131,46 @@ void Commands::addCommands() {
     writeLine({{"command", "quit"}, {"ok", true}});
     std::_Exit(0);
   };
+}
+
+void Commands::addUserCommands() {
+  handlers_["login"] = [this](const CommandLine& line) {
+    expectAtMost(line, 1);
+    sorn_.loginUser(argument(line, 0)).get();
+    return Dictionary();
+  };
+  handlers_["logout"] = [this](const CommandLine& line) {
+    expectAtMost(line, 0);
+    sorn_.logoutUser();
+    return Dictionary();
+  };
+  handlers_["tags"] = [this](const CommandLine& line) {
+    expectAtMost(line, 1);
+    std::vector<std::string> tags;
+    for (const Value& tag : parseList(argument(line, 0))) {
+      const std::string* text = tag.as<std::string>();
+      if (!text) throw std::invalid_argument("a list of texts is wanted");
+      tags.push_back(*text);
+    }
+    sorn_.registerPreferences(tags);
+    return Dictionary();
+  };
+}
+
+void Commands::addLifecycleCommands() {
+  const auto add = [this](std::string_view command, void (Sorn::*hook)()) {
+    handlers_[std::string(command)] = [this, hook](const CommandLine& line) {
+      expectAtMost(line, 0);
+      (sorn_.*hook)();
+      return Dictionary();
+    };
+  };
+  add("launched", &Sorn::applicationDidFinishLaunching);
+  add("active", &Sorn::applicationDidBecomeActive);
+  add("resign", &Sorn::applicationWillResignActive);
+  add("background", &Sorn::applicationDidEnterBackground);
+  add("foreground", &Sorn::applicationWillEnterForeground);
+  add("terminate", &Sorn::applicationWillTerminate);
 }
 
 void Commands::addClockCommands() {
@@ -189,6 +231,7 @@ void Commands::run(std::string_view text) {
 }
 
 void Commands::terminate() {
+  sorn_.applicationWillTerminate();
   std::fflush(stdout);
   std::_Exit(0);
 }

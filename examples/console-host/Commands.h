@@ -32,6 +32,8 @@ class Commands {
   using Handler = std::function<Dictionary(const CommandLine&)>;
 
   void addCommands();
+  void addUserCommands();
+  void addLifecycleCommands();
   void addClockCommands();
   void advance(double seconds);
   Dictionary state();

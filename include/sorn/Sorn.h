@@ -1,8 +1,11 @@
 #pragma once
 
-#include <memory>
+#include <exception>
+#include <functional>
+#include <future>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "sorn/Export.h"
 #include "sorn/NotificationCenter.h"
@@ -53,7 +56,25 @@ class SORN_EXPORT Sorn {
   void enableInAppCampaigns();
   void disableInAppCampaigns();
 
-  // Records an event and returns when it is stored. Category and action have 2 to 51 characters: any first
+  // Identifier of the anonymous user that is active until the host names one: the last 36 characters of the
+  // device's identifier. A programming error, which ends the process, before the first start.
+  std::string defaultUser() const;
+
+  // Makes this user the active one and tells the service. The future is ready, and the completion called on
+  // the library's task thread, when the user is stored; the call to the service goes on by itself and is
+  // repeated until it succeeds. Fails with `maxUserIDReached` for 500 bytes of UTF-8 or more; the completion
+  // otherwise gets a null pointer. Logging in the user who is active and known to the service does nothing.
+  std::future<void> loginUser(std::string id);
+  void loginUser(std::string id, std::function<void(std::exception_ptr)> completion);
+  // Goes back to the default user. Returns at once.
+  void logoutUser();
+
+  // Replaces the tags of the application and tells the service; order does not matter. Throws
+  // `maxTagsReached` for more than 30 tags and `maxTagLengthReached` for one of more than 60 bytes of UTF-8.
+  void registerPreferences(const std::vector<std::string>& tags);
+
+  // Records an event and returns when it is stored. A host calls it after a successful start; before, it is a
+  // programming error and ends the process. Category and action have 2 to 51 characters: any first
   // one but "+", then printable ASCII without the backslash. Keys of `data` are words (letters, digits,
   // underscores); values are booleans, numbers, dates, and texts that do not begin with "$".
   //
@@ -69,6 +90,19 @@ class SORN_EXPORT Sorn {
   // Throws `featureNotEnabled`, `invalidScreenName`, and for a fault of `data` the exact reason:
   // `emptyExtraKey`, `invalidExtraKey` or `invalidExtraValue`.
   void logScreenWithName(const std::string& name, const std::optional<Dictionary>& data = std::nullopt);
+
+  // The application's state, for hosts without an adapter that reports it. Call them from the main thread,
+  // after a successful start. A session lasts from the launch or the return to the foreground until the
+  // background or the end. All return at once, except the one for termination, which waits until the closing
+  // event is stored.
+  void applicationDidFinishLaunching();
+  void applicationDidBecomeActive();
+  void applicationWillResignActive();
+  void applicationDidEnterBackground();
+  void applicationWillEnterForeground();
+  void applicationWillTerminate();
+  void applicationBackgroundRefreshStatusDidChange();
+  void userDefaultsDidChange();
 
  private:
   friend class facade::Library;

@@ -13,13 +13,18 @@ Library::Library(platform::Platform ports)
       device_(*ports_.deviceFacts, *ports_.bundle, account_, keychain_, logger_),
       configuration_(account_, keychain_, logger_),
       startup_(*ports_.bundle, *ports_.userDefaults, account_, state_),
+      lifecycle_(*ports_.mainQueue, *ports_.application, device_, logger_,
+                 [this]() -> store::DBManager& { return database(); }),
       tasks_(ports_.clock, ports_.httpTransport) {
   support::installForkGuard();
+  logger_.log(support::LogLevel::info, "Registering for system events...");
+  ports_.userDefaults->setObserver([this] { lifecycle_.userDefaultsDidChange(); });
   ports_.userDefaults->registerDefaults(
       {{std::string(server::EventReportBuilder::inAppCampaignsActive), true}});
 }
 
 Library::~Library() {
+  ports_.userDefaults->setObserver({});
   tasks_.stop();
   // The store's queue runs what is left in it, which still uses the services above.
   if (coreData_.ifMade()) context().performBlockAndWait([] {});
@@ -57,7 +62,7 @@ std::unique_ptr<store::DBManager> Library::makeDatabase() {
   handlers.deviceInfo = [this] { return device_.deviceInfo(); };
   handlers.makeIdentifier = [this] { return device_.makeIdentifier(); };
   handlers.batchTimeout = [this] { return support::Tasks::Seconds(configuration_.batchTimeout()); };
-  handlers.maintain = [] {};
+  handlers.maintain = [this] { maintenance().maintain(); };
   handlers.sendBatchedEvents = [this] { batch().startEventBatching(sync::EventBatch::Trigger::timer); };
   handlers.startEventBatching = [this] { batch().startEventBatching(sync::EventBatch::Trigger::limit); };
   handlers.raiseEvent = [this](std::string_view action) { record({.action = action}); };
@@ -92,21 +97,39 @@ sync::EventBatch& Library::batch() {
   });
 }
 
+sync::MaintenanceRoutine& Library::maintenance() {
+  return maintenance_.get([this] {
+    sync::MaintenanceRoutine::Callbacks callbacks;
+    callbacks.restart = [this](const std::string& file) { start(file); };
+    return std::make_unique<sync::MaintenanceRoutine>(database(), events(), client(), *ports_.userDefaults,
+                                                      logger_, std::move(callbacks));
+  });
+}
+
+Reconciliation& Library::reconciliation() {
+  return reconciliation_.get([this] {
+    Reconciliation::Signals signals;
+    signals.loginUser = [this](const std::string& userID) { users().loginUser(userID, {}); };
+    return std::make_unique<Reconciliation>(state_, database(), device_, configuration_, client(), logger_,
+                                            std::move(signals));
+  });
+}
+
+Users& Library::users() {
+  return users_.get([this] {
+    Users::Signals signals;
+    signals.record = [this](const sync::NewEvent& event) { record(event); };
+    return std::make_unique<Users>(database(), client(), tasks_, logger_, std::move(signals));
+  });
+}
+
 void Library::start(const std::string& configurationFile) {
-  startup_.start(configurationFile,
-                 {.beforeNameIsKept =
-                      [this] {
-                        ports_.mainQueue->post([this] {
-                          device_.setBackgroundRefreshStatus(ports_.application->backgroundRefreshStatus());
-                        });
-                      },
-                  .reconcile =
-                      [this](SornMode mode) {
-                        database().context().performBlock([this, mode] {
-                          state_.mode = mode;
-                          state_.didStart = true;
-                        });
-                      }});
+  Startup::HandOver handOver;
+  handOver.beforeNameIsKept = [this] { lifecycle_.readBackgroundRefreshStatus(); };
+  handOver.reconcile = [this](SornMode mode) {
+    context().performBlock([this, mode] { reconciliation().run(mode); });
+  };
+  startup_.start(configurationFile, handOver);
 }
 
 }  // namespace sorn::facade

@@ -6,7 +6,10 @@
 #include "device/KeychainWrapper.h"
 #include "facade/FacadeState.h"
 #include "facade/Lazy.h"
+#include "facade/Lifecycle.h"
+#include "facade/Reconciliation.h"
 #include "facade/Startup.h"
+#include "facade/Users.h"
 #include "server/APIClient.h"
 #include "server/ConfigurationStore.h"
 #include "sorn/Sorn.h"
@@ -18,6 +21,7 @@
 #include "support/Tasks.h"
 #include "sync/EventBatch.h"
 #include "sync/EventStore.h"
+#include "sync/MaintenanceRoutine.h"
 
 namespace sorn::facade {
 
@@ -57,6 +61,10 @@ class Library {
   server::APIClient& client();
   sync::EventStore& events();
   sync::EventBatch& batch();
+  sync::MaintenanceRoutine& maintenance();
+  Reconciliation& reconciliation();
+  Lifecycle& lifecycle() { return lifecycle_; }
+  Users& users();
 
  private:
   std::unique_ptr<store::DBManager> makeDatabase();
@@ -71,6 +79,7 @@ class Library {
   device::DeviceManager device_;
   server::ConfigurationStore configuration_;
   Startup startup_;
+  Lifecycle lifecycle_;
   support::Tasks tasks_;
   Lazy<store::CoreDataManager> coreData_;
   Lazy<store::DBManager> database_;
@@ -78,6 +87,9 @@ class Library {
   Lazy<server::APIClient> client_;
   Lazy<sync::EventStore> events_;
   Lazy<sync::EventBatch> batch_;
+  Lazy<sync::MaintenanceRoutine> maintenance_;
+  Lazy<Reconciliation> reconciliation_;
+  Lazy<Users> users_;
 };
 
 }  // namespace sorn::facade

@@ -68,6 +68,36 @@ void Sorn::disableInAppCampaigns() {
   library_.ports().userDefaults->set(server::EventReportBuilder::inAppCampaignsActive, false);
 }
 
+std::string Sorn::defaultUser() const { return library_.users().defaultUser(); }
+
+std::future<void> Sorn::loginUser(std::string id) {
+  auto promise = std::make_shared<std::promise<void>>();
+  std::future<void> future = promise->get_future();
+  loginUser(std::move(id), [promise](std::exception_ptr error) {
+    if (error) {
+      promise->set_exception(error);
+    } else {
+      promise->set_value();
+    }
+  });
+  return future;
+}
+
+void Sorn::loginUser(std::string id, std::function<void(std::exception_ptr)> completion) {
+  library_.refuseAfterFork();
+  library_.users().loginUser(id, std::move(completion));
+}
+
+void Sorn::logoutUser() {
+  library_.refuseAfterFork();
+  library_.users().logoutUser();
+}
+
+void Sorn::registerPreferences(const std::vector<std::string>& tags) {
+  library_.refuseAfterFork();
+  library_.users().registerPreferences(tags);
+}
+
 void Sorn::logEventWith(const std::string& category, const std::string& action,
                         const std::optional<Dictionary>& data) {
   library_.refuseAfterFork();
@@ -104,5 +134,16 @@ void Sorn::logScreenWithName(const std::string& name, const std::optional<Dictio
     throw;
   }
 }
+
+void Sorn::applicationDidFinishLaunching() { library_.lifecycle().applicationDidFinishLaunching(); }
+void Sorn::applicationDidBecomeActive() { library_.lifecycle().applicationDidBecomeActive(); }
+void Sorn::applicationWillResignActive() { library_.lifecycle().applicationWillResignActive(); }
+void Sorn::applicationDidEnterBackground() { library_.lifecycle().applicationDidEnterBackground(); }
+void Sorn::applicationWillEnterForeground() { library_.lifecycle().applicationWillEnterForeground(); }
+void Sorn::applicationWillTerminate() { library_.lifecycle().applicationWillTerminate(); }
+void Sorn::applicationBackgroundRefreshStatusDidChange() {
+  library_.lifecycle().applicationBackgroundRefreshStatusDidChange();
+}
+void Sorn::userDefaultsDidChange() { library_.lifecycle().userDefaultsDidChange(); }
 
 }  // namespace sorn

@@ -9,6 +9,7 @@
 #include "support/Json.h"
 #include "support/PropertyList.h"
 #include "support/TextTrim.h"
+#include "sync/MaintenanceRoutine.h"
 
 namespace sorn::facade {
 
@@ -75,7 +76,9 @@ void Startup::start(std::string_view file, const HandOver& handOver) {
       decipher(values.at(support::environmentEntry), Code::invalidEnvironment) + std::string(pathOfEndpoints);
   account_.set(std::move(credentials));
   handOver.beforeNameIsKept();
-  defaults_.set(lastStart, Dictionary{{std::string(startFileName), name}});
+  using sync::MaintenanceRoutine;
+  defaults_.set(MaintenanceRoutine::lastStart,
+                Dictionary{{std::string(MaintenanceRoutine::startFileName), name}});
   handOver.reconcile(mode);
 }
 

@@ -14,16 +14,12 @@ namespace sorn::facade {
 // The start, up to the point where it hands over to other threads.
 class Startup {
  public:
-  // Key of the defaults under which the last start keeps its file name, for a process that the system
-  // launches without its host's own start.
-  static constexpr std::string_view lastStart = "kSORN_LAST_START";
-  static constexpr std::string_view startFileName = "SRStartFileName";
-
   Startup(const platform::Bundle& bundle, platform::UserDefaults& defaults, support::Account& account,
           FacadeState& state)
       : bundle_(bundle), defaults_(defaults), account_(account), state_(state) {}
 
-  // Schedules what a successful start sets going, before its name is kept and after.
+  // Schedules what a successful start sets going, before the file's name is kept for later processes and
+  // after.
   struct HandOver {
     std::function<void()> beforeNameIsKept;
     std::function<void(SornMode)> reconcile;

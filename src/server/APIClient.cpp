@@ -55,6 +55,20 @@ CallResult APIClient::classify(const std::string& url, platform::HttpTransport::
   return CallError(PlatformError{std::string(support::JsonError::domain), support::JsonError::code});
 }
 
+void APIClient::sendRead(std::vector<store::Ref<store::SNInboxItem>> items, Completion completion) {
+  logger_.log(LogLevel::info, [&] {
+    return "Attempting to send read " + std::to_string(items.size()) + " items: to Sorn...";
+  });
+  request(InboxRead{std::move(items)}, std::move(completion));
+}
+
+void APIClient::sendDelete(std::vector<store::Ref<store::SNInboxItem>> items, Completion completion) {
+  logger_.log(LogLevel::info, [&] {
+    return "Attempting to send delete " + std::to_string(items.size()) + " items: to Sorn...";
+  });
+  request(InboxDelete{std::move(items)}, std::move(completion));
+}
+
 void APIClient::reportEvents(const store::RowRanges& events, Completion completion) {
   tasks_.post([this, events, completion = std::move(completion)] {
     platform::HttpBody body = reports_.build(events);

@@ -49,6 +49,9 @@ class APIClient {
   void request(Endpoint endpoint, Completion completion);
   // Builds the report of these events, some at a time on the store's queue, and sends it as one request.
   void reportEvents(const store::RowRanges& events, Completion completion);
+  // The reports of read and of deleted messages.
+  void sendRead(std::vector<store::Ref<store::SNInboxItem>> items, Completion completion);
+  void sendDelete(std::vector<store::Ref<store::SNInboxItem>> items, Completion completion);
 
  private:
   void send(Endpoint endpoint, const Completion& completion);

@@ -122,6 +122,11 @@ class ManagedObjectContext {
     });
     return records;
   }
+  std::vector<Ref<ManagedObject>> fetchObjects(const EntityDescription& entity, const Predicate& predicate = {}) {
+    std::vector<Ref<ManagedObject>> objects;
+    visit(entity, predicate, [&](Ref<ManagedObject> object) { objects.push_back(std::move(object)); });
+    return objects;
+  }
   // The first record, in the order of creation, whose attributes have these values; a new one with them when
   // there is none. Call as `findOrCreate<SNUser>(assign(SNUser::userID, "a"))`.
   template <class Record, class... Assignments>

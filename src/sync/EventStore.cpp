@@ -138,20 +138,44 @@ std::size_t EventStore::pendingCount() {
 }
 
 void EventStore::countPending() {
+  classifyPending([](const store::RowView&) { return true; });
+}
+
+// Counts the pending events that the test lets stay so.
+void EventStore::classifyPending(const std::function<bool(const store::RowView&)>& staysPending) {
   pendingCount_ = 0;
-  lowWater_ = 0;
+  lowWater_ = context_.lastRowID() + 1;
   allAreVisited_ = true;
   context_.scan(SNEvent::entity(), {}, [&](const store::RowView& row) {
     const bool isPending = !row.isAbsent(SNEvent::status) && row.integer(SNEvent::status) == 0;
-    if (isPending) {
+    if (isPending && staysPending(row)) {
       if (pendingCount_++ == 0) lowWater_ = row.rowID();
     } else if (pendingCount_ > 0) {
       allAreVisited_ = false;
     }
     return true;
   });
-  if (pendingCount_ == 0) lowWater_ = context_.lastRowID() + 1;
   isCounted_ = true;
+}
+
+void EventStore::resetStale(Date now, double limit) {
+  store::RowRanges stale;
+  std::int64_t lastFresh = 0;
+  classifyPending([&](const store::RowView& row) {
+    const bool isStale = !row.isAbsent(SNEvent::statusUpdated) &&
+                         secondsSince1970(now) - row.real(SNEvent::statusUpdated) > limit;
+    if (isStale) {
+      stale.append(row.rowID(), stale.empty() || lastFresh > stale.ranges().back().last);
+    } else {
+      lastFresh = row.rowID();
+    }
+    return !isStale;
+  });
+  if (stale.empty()) return;
+  context_.setStatusOfRows(SNEvent::entity(), stale, rawValue(ServerStatusState::isFalse), now);
+  // At once: while a change of many rows waits for its save, every look at events has to take it into
+  // account.
+  context_.save();
 }
 
 store::RowRanges EventStore::pendingEvents() {

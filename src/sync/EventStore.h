@@ -44,6 +44,9 @@ class EventStore {
   store::RowRanges pendingEvents();
   // A batch has taken these events out of the pending ones: all that were pending up to the last of them.
   void noteSettled(const store::RowRanges& events);
+  // Events that have been pending for longer than the limit (seconds) become unsent. One without a date of
+  // its status stays as it is.
+  void resetStale(Date now, double limit);
   // Statuses of events have changed elsewhere: counts again before the next use.
   void forgetCounts() { isCounted_ = false; }
 
@@ -58,6 +61,7 @@ class EventStore {
   void associateWithSession(store::SNEvent& event, std::string_view action);
   std::int64_t authorizationStatus(const store::SNApplication& application);
   void countPending();
+  void classifyPending(const std::function<bool(const store::RowView&)>& staysPending);
 
   store::DBManager& database_;
   store::ManagedObjectContext& context_;

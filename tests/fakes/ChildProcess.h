@@ -1,0 +1,67 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace sorn::tests {
+
+// Another program with its standard input and output as pipes. Killed at the end of the object.
+class ChildProcess {
+ public:
+  explicit ChildProcess(std::vector<std::string> arguments) {
+    int input[2];
+    int output[2];
+    if (::pipe2(input, O_CLOEXEC) != 0 || ::pipe2(output, O_CLOEXEC) != 0) throw std::runtime_error("pipe");
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, input[0], 0);
+    posix_spawn_file_actions_adddup2(&actions, output[1], 1);
+    std::vector<char*> argv;
+    for (std::string& argument : arguments) argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    const int result = ::posix_spawn(&process_, argv[0], &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    ::close(input[0]);
+    ::close(output[1]);
+    input_ = input[1];
+    output_ = output[0];
+    if (result != 0) throw std::runtime_error("no such program: " + arguments[0]);
+  }
+  ~ChildProcess() {
+    if (process_ > 0) kill();
+    ::close(input_);
+    ::close(output_);
+  }
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  // The next line without its end; empty at the end of the output.
+  std::string readLine() {
+    std::string line;
+    char byte = 0;
+    while (::read(output_, &byte, 1) == 1 && byte != '\n') line += byte;
+    return line;
+  }
+  // Ends the process without a chance to tidy up.
+  void kill() {
+    ::kill(process_, SIGKILL);
+    ::waitpid(process_, nullptr, 0);
+    process_ = -1;
+  }
+
+ private:
+  pid_t process_ = -1;
+  int input_ = -1;
+  int output_ = -1;
+};
+
+}  // namespace sorn::tests
