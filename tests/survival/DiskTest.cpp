@@ -1,0 +1,92 @@
+#include <fstream>
+#include <numeric>
+
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+
+#include "survival/ConsoleHost.h"
+
+namespace sorn::tests {
+namespace {
+
+// A small file system of its own, in memory.
+class SmallDisk {
+ public:
+  explicit SmallDisk(std::filesystem::path folder) : folder_(std::move(folder)) {
+    std::filesystem::create_directories(folder_);
+    isMounted_ = ::mount("tmpfs", folder_.c_str(), "tmpfs", 0, "size=2m") == 0;
+  }
+  ~SmallDisk() {
+    if (isMounted_) ::umount2(folder_.c_str(), MNT_DETACH);
+  }
+  bool isMounted() const { return isMounted_; }
+
+  void fill() {
+    std::ofstream filler(folder_ / "filler", std::ios::binary);
+    const std::string block(4096, 'x');
+    while (filler.write(block.data(), static_cast<std::streamsize>(block.size())).flush()) {
+    }
+  }
+  void makeSpace() { std::filesystem::remove(folder_ / "filler"); }
+
+ private:
+  std::filesystem::path folder_;
+  bool isMounted_ = false;
+};
+
+TEST(Disk, EventsOfAFullDiskAreStoredWhenSpaceReturns) {
+  Site site;
+  SmallDisk disk(site.data);
+  if (!disk.isMounted()) GTEST_SKIP() << "mounting a file system is not allowed here";
+  std::vector<int> expected(60);
+  std::iota(expected.begin(), expected.end(), 0);
+  {
+    ConsoleHost host(site.configuration, site.data);
+    host.expect("start");
+    host.expect("advance 0");
+    site.service.stop();
+    disk.fill();
+    for (int number = 0; number < 59; ++number) {
+      host.expect("log disk full {\"number\":" + std::to_string(number) + "}");
+    }
+    host.expect("login somebody");
+    host.expect("advance 130");
+    disk.makeSpace();
+    // The save of one more event carries everything that waited for space.
+    host.expect("log disk spacious {\"number\":59}");
+    host.kill();
+  }
+  site.service.start();
+  ConsoleHost next(site.configuration, site.data);
+  next.expect("start");
+  next.expect("advance 121");
+  std::vector<int> numbers = numbersReceived(site.service);
+  std::ranges::sort(numbers);
+  EXPECT_EQ(numbers, expected);
+}
+
+TEST(Disk, ReportOnAFullDiskIsSentOnceAndDeletedLater) {
+  Site site;
+  SmallDisk disk(site.data);
+  if (!disk.isMounted()) GTEST_SKIP() << "mounting a file system is not allowed here";
+  ConsoleHost host(site.configuration, site.data);
+  host.expect("start");
+  for (int number = 0; number < 8; ++number) {
+    host.expect("log disk roomy {\"number\":" + std::to_string(number) + "}");
+  }
+  disk.fill();
+  host.expect("advance 300");
+  EXPECT_EQ(numbersReceived(site.service).size(), 8u)
+      << "an event whose deletion cannot be saved goes out once";
+  EXPECT_FALSE(host.expect("state").at("records").contains("SNEvent"));
+  disk.makeSpace();
+  host.expect("advance 61");
+  host.kill();
+  ConsoleHost next(site.configuration, site.data);
+  next.expect("start");
+  next.expect("advance 121");
+  EXPECT_EQ(numbersReceived(site.service).size(), 8u);
+}
+
+}  // namespace
+}  // namespace sorn::tests

@@ -1,0 +1,71 @@
+#include <filesystem>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "fakes/TestHost.h"
+
+namespace sorn::tests {
+namespace {
+
+// Maintenance by the clock with a service that fails now and then, and sometimes for hours.
+void runDays(int days) {
+  TestHost host;
+  std::mt19937 random(7);
+  auto library = host.launch();
+  bool isDown = false;
+  host.transport->setHandler(
+      [&](const platform::HttpRequest&) -> std::optional<platform::HttpTransport::Result> {
+        if (isDown) return platform::TransportError{platform::TransportError::cannotConnect};
+        switch (random() % 8) {
+          case 0:
+            return platform::HttpResponse{503, {}, ""};
+          case 1:
+            return platform::TransportError{platform::TransportError::timedOut};
+          case 2:
+            return platform::HttpResponse{200, {}, "{\"cut"};
+          default:
+            return platform::HttpResponse{200, {}, "{}"};
+        }
+      });
+  facade::Diagnostics diagnostics(library->sorn());
+  library->reconciliation();
+  library->context().performBlockAndWait(
+      [&] { library->reconciliation().run(facade::SornMode::production); });
+  std::size_t mostWaiting = 0;
+  for (int hour = 0; hour < days * 24; ++hour) {
+    isDown = random() % 6 == 0;
+    for (int minute = 0; minute < 60; ++minute) {
+      if (random() % 4 == 0)
+        library->sorn().logEventWith("long run", "minute passed", Dictionary{{"minute", minute}});
+      host.clock->advance(60);
+      diagnostics.waitUntilIdle();
+    }
+    mostWaiting = std::max(mostWaiting, library->context().performBlockAndWait([&] {
+      return library->context().count(store::SNEvent::entity());
+    }));
+  }
+  isDown = false;
+  host.transport->setHandler(
+      [](const platform::HttpRequest&) -> std::optional<platform::HttpTransport::Result> {
+        return platform::HttpResponse{200, {}, "{}"};
+      });
+  for (int minute = 0; minute < 3; ++minute) {
+    host.clock->advance(61);
+    diagnostics.waitUntilIdle();
+  }
+  EXPECT_FALSE(diagnostics.recordCounts().contains("SNEvent"));
+  library.reset();
+  const auto size = std::filesystem::file_size(host.databaseFile());
+  // Pages of deleted events are used again: the file is as large as the longest backlog needed.
+  EXPECT_LT(size, 200'000 + mostWaiting * 2'048);
+  std::cout << days << " days: at most " << mostWaiting << " events waited, the file has " << size
+            << " bytes\n";
+}
+
+TEST(LongRun, ADayOfFailuresLeavesASmallStore) { runDays(1); }
+
+TEST(LongRun, SoakThirtyDaysOfFailuresLeaveASmallStore) { runDays(30); }
+
+}  // namespace
+}  // namespace sorn::tests
