@@ -1,3 +1,4 @@
+#include <atomic>
 #include <filesystem>
 #include <random>
 
@@ -13,21 +14,21 @@ void runDays(int days) {
   TestHost host;
   std::mt19937 random(7);
   auto library = host.launch();
-  bool isDown = false;
-  host.transport->setHandler(
-      [&](const platform::HttpRequest&) -> std::optional<platform::HttpTransport::Result> {
-        if (isDown) return platform::TransportError{platform::TransportError::cannotConnect};
-        switch (random() % 8) {
-          case 0:
-            return platform::HttpResponse{503, {}, ""};
-          case 1:
-            return platform::TransportError{platform::TransportError::timedOut};
-          case 2:
-            return platform::HttpResponse{200, {}, "{\"cut"};
-          default:
-            return platform::HttpResponse{200, {}, "{}"};
-        }
-      });
+  std::atomic<bool> isDown = false;
+  host.transport->setHandler([&isDown, serviceRandom = std::mt19937(8)](const platform::HttpRequest&) mutable
+                             -> std::optional<platform::HttpTransport::Result> {
+    if (isDown) return platform::TransportError{platform::TransportError::cannotConnect};
+    switch (serviceRandom() % 8) {
+      case 0:
+        return platform::HttpResponse{503, {}, ""};
+      case 1:
+        return platform::TransportError{platform::TransportError::timedOut};
+      case 2:
+        return platform::HttpResponse{200, {}, "{\"cut"};
+      default:
+        return platform::HttpResponse{200, {}, "{}"};
+    }
+  });
   facade::Diagnostics diagnostics(library->sorn());
   library->reconciliation();
   library->context().performBlockAndWait(
