@@ -7,7 +7,7 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,14 +22,17 @@ Child::Child(std::string_view program, std::vector<std::string> arguments)
   std::vector<char*> words{name_.data()};
   for (std::string& argument : arguments) words.push_back(argument.data());
   words.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-  const int failure = posix_spawn(&process_, name_.c_str(), &actions, nullptr, words.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
+  process_ = fork();
+  if (process_ == 0) {
+    // Not to stay behind when this process is ended from outside.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    dup2(ends[1], STDOUT_FILENO);
+    execv(words[0], words.data());
+    _exit(127);
+  }
   close(ends[1]);
   output_ = ends[0];
-  if (failure != 0) throw std::runtime_error("cannot run " + name_);
+  if (process_ < 0) throw std::runtime_error("cannot run " + name_);
 }
 
 Child::~Child() {

@@ -86,6 +86,8 @@ Host::Host(const std::filesystem::path& folder, const std::string& origin, std::
   setBatchSize(batchSize);
   library_.start(std::string(configurationName));
   waitUntilIdle();
+  // The service has sent settings of its own meanwhile.
+  setBatchSize(batchSize);
 }
 
 void Host::setBatchSize(std::int64_t events) {

@@ -1,6 +1,8 @@
 // The smallest whole host: starts the library, reports one event, tells it about the end.
 
+#include <chrono>
 #include <cstdio>
+#include <thread>
 
 #include "sorn/Sorn.h"
 #include "sorn/platform/Headless.h"
@@ -21,6 +23,8 @@ int main() {
     std::fprintf(stderr, "%s\n", error.what());
     return 1;
   }
+  // What an application does with its life. Events that wait are reported every ten seconds.
+  std::this_thread::sleep_for(std::chrono::seconds(12));
   // The closing event is stored when this returns; the next run of the host reports what this one could not.
   library.applicationWillTerminate();
   return 0;

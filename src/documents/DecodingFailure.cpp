@@ -1,6 +1,9 @@
 #include "documents/DecodingFailure.h"
 
+#include <algorithm>
 #include <utility>
+
+#include "support/JsonWriter.h"
 
 namespace sorn::documents {
 
@@ -26,12 +29,36 @@ std::string_view nameOf(support::Kind kind) {
   return "";
 }
 
+// Anything else could be taken for a path of its own, or break the line that it stands in.
+bool isPlainName(std::string_view key) {
+  return !key.empty() && std::ranges::all_of(key, [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-';
+  });
+}
+
 }  // namespace
 
+std::string pathText(std::span<const PathStep> path) {
+  std::string text;
+  for (const PathStep& step : path) {
+    if (step.isElement) {
+      text += "[" + std::to_string(step.position) + "]";
+    } else if (isPlainName(step.key)) {
+      if (!text.empty()) text += '.';
+      text += step.key;
+    } else {
+      text += '[';
+      support::appendText(text, step.key);
+      text += ']';
+    }
+  }
+  return text.empty() ? "$" : text;
+}
+
 bool DecodingFailure::missing(std::string_view key) {
-  path_ = key;
-  cause_ = "required key is missing";
-  return false;
+  const std::size_t from = goesOn() ? count() : 0;
+  other("required key is missing");
+  return inMember(key, from);
 }
 
 bool DecodingFailure::mismatch(const support::Node& node, std::string_view expected) {
@@ -39,8 +66,8 @@ bool DecodingFailure::mismatch(const support::Node& node, std::string_view expec
 }
 
 bool DecodingFailure::other(std::string cause) {
-  path_.clear();
-  cause_ = std::move(cause);
+  if (!goesOn()) faults_.clear();
+  faults_.push_back({{}, std::move(cause)});
   return false;
 }
 
@@ -52,26 +79,37 @@ bool DecodingFailure::check(support::ReadStatus status, const support::Node& nod
     case support::ReadStatus::ok:
       return true;
     case support::ReadStatus::corrupt:
-      return other("the number is no value of " + std::string(expected));
+      return other(expected == "a number" ? "the number is out of range"
+                                          : "the number is out of range or not " + std::string(expected));
     default:
       return mismatch(node, expected);
   }
 }
 
-bool DecodingFailure::inMember(std::string_view key) {
-  const bool isLast = path_.empty();
-  std::string path(key);
-  // A list element's position follows its list without a point.
-  if (!isLast && path_.front() != '[') path += '.';
-  path_ = path + path_;
+bool DecodingFailure::inMember(std::string_view key, std::size_t from) {
+  return enter(PathStep::member(key), from);
+}
+
+bool DecodingFailure::inElement(std::size_t position, std::size_t from) {
+  return enter(PathStep::element(position), from);
+}
+
+bool DecodingFailure::enter(const PathStep& step, std::size_t from) {
+  for (std::size_t i = from; i < faults_.size(); ++i) faults_[i].path.push_back(step);
   return false;
 }
 
-bool DecodingFailure::inElement(std::size_t position) {
-  std::string path = "[" + std::to_string(position) + "]";
-  if (!path_.empty() && path_.front() != '[') path += '.';
-  path_ = path + path_;
-  return false;
+std::vector<DecodingFailure::Fault> DecodingFailure::faults() const {
+  std::vector<Fault> faults = faults_;
+  for (Fault& fault : faults) std::ranges::reverse(fault.path);
+  return faults;
+}
+
+std::string DecodingFailure::path() const {
+  if (faults_.empty()) return "$";
+  std::vector<PathStep> path = faults_.front().path;
+  std::ranges::reverse(path);
+  return pathText(path);
 }
 
 }  // namespace sorn::documents

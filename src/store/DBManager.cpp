@@ -134,16 +134,18 @@ void DBManager::enterBackground() {
     logger_.log(LogLevel::info, "Application entered background... Attempting save in DB...");
     context_.performBlockAndWait([this] { endSession(); });
     context_.performBlock([this] { saveContext(); });
-    // The task's own number is known only after it has begun, and its time may be over at once.
-    const auto begun =
-        std::make_shared<platform::Application::BackgroundTask>(platform::Application::invalidBackgroundTask);
-    *begun = application_.beginBackgroundTask(backgroundTaskName, [this, begun] {
-      context_.performBlock([this, begun] {
-        application_.endBackgroundTask(*begun);
-        bgMaintainTask_ = platform::Application::invalidBackgroundTask;
+    // Begun within a turn: its time may be over at once, and the expiry's block then still finds its number.
+    context_.performBlockAndWait([this] {
+      const auto begun = std::make_shared<platform::Application::BackgroundTask>(
+          platform::Application::invalidBackgroundTask);
+      *begun = application_.beginBackgroundTask(backgroundTaskName, [this, begun] {
+        context_.performBlock([this, begun] {
+          application_.endBackgroundTask(*begun);
+          bgMaintainTask_ = platform::Application::invalidBackgroundTask;
+        });
       });
+      bgMaintainTask_ = *begun;
     });
-    context_.performBlock([this, task = *begun] { bgMaintainTask_ = task; });
     logger_.log(LogLevel::info, "Attempting to send batched events in bg...");
     handlers_.startEventBatching();
   });

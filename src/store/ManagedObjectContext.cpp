@@ -252,7 +252,8 @@ bool ManagedObjectContext::hasChanges() const { return statementsToWrite() > 0; 
 
 // Counts up to two: whether there is nothing, one thing or several to write.
 std::size_t ManagedObjectContext::statementsToWrite() const {
-  std::size_t statements = bulk_.changes().size();
+  std::size_t statements = 0;
+  for (const BulkChange& change : bulk_.changes()) statements += change.rows.ranges().size();
   if (nextRowID_ > reservedRowIDs_) ++statements;
   for (const Ref<ManagedObject>& object : pending_) {
     if (statements > 1) break;

@@ -74,7 +74,13 @@ std::unique_ptr<PersistentStore> PersistentStore::open(const std::filesystem::pa
 }
 
 bool PersistentStore::openDatabase(std::string& reason) {
-  if (!database_.open(file_) || !configure(database_)) {
+  if (!database_.open(file_)) {
+    reason = database_.lastError();
+    return false;
+  }
+  // Whose file it is comes first: the settings of the journal would already be written into it.
+  if (!isOurs(reason)) return false;
+  if (!configure(database_)) {
     reason = database_.lastError();
     return false;
   }
@@ -89,15 +95,15 @@ bool PersistentStore::openDatabase(std::string& reason) {
 }
 
 bool PersistentStore::configure(sqlite::Database& database) const {
-  // The page size counts for a new file only. Check-points run on their own, never inside a commit.
+  // The page size counts for a new file only. Check-points run on their own, never inside a commit: the hook
+  // that counts the log's pages has taken the place of the automatic ones.
   return database.execute("PRAGMA page_size=2048") && database.execute("PRAGMA journal_mode=WAL") &&
-         database.execute("PRAGMA wal_autocheckpoint=0") && database.execute("PRAGMA temp_store=MEMORY") &&
-         database.execute("PRAGMA cache_size=-1024") &&
+         database.execute("PRAGMA temp_store=MEMORY") && database.execute("PRAGMA cache_size=-1024") &&
          database.execute(durability_ == platform::Durability::power ? "PRAGMA synchronous=FULL"
                                                                      : "PRAGMA synchronous=NORMAL");
 }
 
-bool PersistentStore::migrate(std::string& reason) {
+bool PersistentStore::isOurs(std::string& reason) {
   const std::optional<std::int64_t> version = database_.integer("PRAGMA user_version");
   const std::optional<std::int64_t> application = database_.integer("PRAGMA application_id");
   const std::optional<std::int64_t> tables = database_.integer("SELECT count(*) FROM sqlite_master");
@@ -109,7 +115,11 @@ bool PersistentStore::migrate(std::string& reason) {
     reason = *version > schemaVersion ? "written by a newer version" : "another application's database";
     return false;
   }
-  if (*version == schemaVersion) return true;
+  return true;
+}
+
+bool PersistentStore::migrate(std::string& reason) {
+  if (database_.integer("PRAGMA user_version") == schemaVersion) return true;
   bool succeeded = begin();
   for (const EntityDescription* entity : allEntities()) succeeded = succeeded && createMissing(*entity);
   succeeded = succeeded &&

@@ -59,6 +59,8 @@ class PersistentStore {
   PersistentStore(std::filesystem::path file, platform::Durability durability)
       : file_(std::move(file)), durability_(durability) {}
   bool openDatabase(std::string& reason);
+  // Whether the file is new or this library's, in a version that it knows. Changes nothing.
+  bool isOurs(std::string& reason);
   bool configure(sqlite::Database& database) const;
   bool migrate(std::string& reason);
   bool createMissing(const EntityDescription& entity);

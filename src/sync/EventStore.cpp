@@ -15,6 +15,23 @@ using store::SNEvent;
 using store::SNSession;
 using support::LogLevel;
 
+namespace {
+
+// The application's related record, kept in the holder so that it is not read again for each event.
+template <class Target>
+const store::Ref<Target>& held(store::Ref<Target>& holder, const SNApplication& application,
+                               const store::ToOne<Target>& relation) {
+  const auto row = application.reference(relation);
+  if (!row) {
+    holder = nullptr;
+  } else if (!holder || holder->rowID() != *row || !holder->isAlive()) {
+    holder = application.get(relation);
+  }
+  return holder;
+}
+
+}  // namespace
+
 EventStore::EventStore(store::DBManager& database, server::ConfigurationStore& configuration,
                        device::DeviceManager& device, support::Logger& logger)
     : database_(database),
@@ -48,8 +65,8 @@ EventStore::Stored EventStore::store(const NewEvent& event) {
   record.set(SNEvent::type, documents::textOf(event.type));
   record.set(SNEvent::category, event.category);
   record.set(SNEvent::action, event.action);
-  record.set(SNEvent::user, application->get(SNApplication::activeUser));
-  record.set(SNEvent::device, application->get(SNApplication::device));
+  record.set(SNEvent::user, held(user_, *application, SNApplication::activeUser));
+  record.set(SNEvent::device, held(deviceRecord_, *application, SNApplication::device));
   record.set(SNEvent::timestamp, context_.now());
   record.set(SNEvent::campaignID, event.campaignID.value_or("NO_CAMPAIGN"));
   if (event.campaign) record.set(SNEvent::campaignType, *event.campaign + 1);
@@ -92,11 +109,8 @@ std::string EventStore::attributesOf(const NewEvent& event) {
 }
 
 std::int64_t EventStore::authorizationStatus(const SNApplication& application) {
-  const auto row = application.reference(SNApplication::pushGateway);
-  if (!row) return 0;
-  // Held, so that the record is not read again for each event.
-  if (!gateway_ || gateway_->rowID() != *row) gateway_ = application.get(SNApplication::pushGateway);
-  return gateway_ ? gateway_->get(store::SNPushGateway::authorizationStatus).value_or(0) : 0;
+  const auto& gateway = held(gateway_, application, SNApplication::pushGateway);
+  return gateway ? gateway->get(store::SNPushGateway::authorizationStatus).value_or(0) : 0;
 }
 
 void EventStore::associateWithSession(SNEvent& event, std::string_view action) {

@@ -71,6 +71,9 @@ class EventStore {
 
   // On the store's queue from here on.
   std::string constantAttributes_;  // versions, which never change within a process
+  // The application's records that every event needs.
+  store::Ref<store::SNUser> user_;
+  store::Ref<store::SNDevice> deviceRecord_;
   store::Ref<store::SNPushGateway> gateway_;
   bool isCounted_ = false;
   std::size_t pendingCount_ = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
-// The device and the running application as a test wants them. Plain fields are set before the library starts.
+// The device and the running application as a test wants them. Plain fields are set before the library
+// starts.
 
 #include <functional>
 #include <map>

@@ -14,6 +14,7 @@
 #include "fakes/FakeHost.h"
 #include "fakes/FakeTransport.h"
 #include "fakes/Polling.h"
+#include "linux/CurlTransport.h"
 #include "linux/MainQueueThread.h"
 #include "linux/TemporaryFolder.h"
 
@@ -50,6 +51,7 @@ class TestHost {
     ports.userDefaults = defaults;
     ports.secureStore = secureStore;
     ports.httpTransport = transport;
+    if (usesNetwork) ports.httpTransport = std::make_shared<headless::CurlTransport>();
     ports.deviceFacts = facts;
     ports.application = application;
     ports.systemLog = log;
@@ -95,6 +97,7 @@ class TestHost {
   const std::shared_ptr<FakeApplication> application = std::make_shared<FakeApplication>();
   const std::shared_ptr<RecordingLog> log = std::make_shared<RecordingLog>();
   std::shared_ptr<FakeTransport> transport;  // of the present run
+  bool usesNetwork = false;                  // sends for real instead
   support::Credentials credentials;
 };
 
