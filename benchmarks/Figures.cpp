@@ -1,6 +1,8 @@
 #include "Figures.h"
 
+#include <cstdlib>
 #include <fstream>
+#include <thread>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -23,6 +25,11 @@ Figures::Figures(std::string_view title) : table_(fdopen(dup(STDOUT_FILENO), "w"
   dup2(nowhere, STDOUT_FILENO);
   close(nowhere);
   std::fprintf(table_, "\n%.*s\n", static_cast<int>(title.size()), title.data());
+  double load = 0;
+  getloadavg(&load, 1);
+  // Percentiles and the slowest calls say little on a machine with other work than this.
+  note("Load of the machine before: " + textOf(load, "on ") +
+       std::to_string(std::thread::hardware_concurrency()) + " processors");
   line("name", "measured", "reach", "ok?");
 }
 

@@ -92,10 +92,13 @@ int main(int count, char** words) {
   if (count < 3) return 2;
   const std::string folder = words[1];
   if (!saveRows(folder + "/bare.sqlite", std::atoi(words[2]))) return 1;
-  if (count < 4) return 0;
-  if (!useLibraries(folder, words[3])) return 1;
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.starts_with("VmRSS:")) std::printf("memory %lld\n", std::atoll(line.c_str() + 6));
+  if (count > 3) {
+    if (!useLibraries(folder, words[3])) return 1;
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+      if (line.starts_with("VmRSS:")) std::printf("memory %lld\n", std::atoll(line.c_str() + 6));
+    }
+    std::fflush(stdout);
   }
+  std::_Exit(0);
 }

@@ -101,6 +101,9 @@ Commands::Commands(const Arguments& arguments)
       diagnostics_(sorn_) {
   addCommands();
   if (clock_) addClockCommands();
+  diagnostics_.onPresented([](const std::string& campaignID) {
+    writeLine({{"notice", "presented"}, {"campaign", campaignID}});
+  });
 }
 
 void Commands::addCommands() {
@@ -142,6 +145,17 @@ void Commands::addUserCommands() {
   handlers_["logout"] = [this](const CommandLine& line) {
     expectAtMost(line, 0);
     sorn_.logoutUser();
+    return Dictionary();
+  };
+  handlers_["trigger"] = [this](const CommandLine& line) {
+    expectAtMost(line, 1);
+    std::map<std::string, std::string> userInfo;
+    for (const auto& [key, value] : parseDictionary(argument(line, 0))) {
+      const std::string* text = value.as<std::string>();
+      if (!text) throw std::invalid_argument("an object of texts is wanted");
+      userInfo.emplace(key, *text);
+    }
+    sorn_.triggerInApp(userInfo);
     return Dictionary();
   };
   handlers_["tags"] = [this](const CommandLine& line) {

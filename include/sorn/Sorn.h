@@ -3,6 +3,7 @@
 #include <exception>
 #include <functional>
 #include <future>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -55,6 +56,9 @@ class SORN_EXPORT Sorn {
   // The switch for in-app campaigns, kept across restarts; on at first. Every event reports its state.
   void enableInAppCampaigns();
   void disableInAppCampaigns();
+  // Shows the campaign, if there is one, whose trigger asks for this call and whose conditions hold on the
+  // dictionary. Returns at once. After a successful start.
+  void triggerInApp(const std::map<std::string, std::string>& userInfo);
 
   // Identifier of the anonymous user that is active until the host names one: the last 36 characters of the
   // device's identifier. A programming error, which ends the process, before the first start.

@@ -9,6 +9,9 @@ namespace sorn::documents {
 
 namespace {
 
+// Bytes of a faulty text that its cause quotes.
+constexpr std::size_t quotedLimit = 64;
+
 std::string_view nameOf(support::Kind kind) {
   switch (kind) {
     case support::Kind::null:
@@ -63,6 +66,15 @@ bool DecodingFailure::missing(std::string_view key) {
 
 bool DecodingFailure::mismatch(const support::Node& node, std::string_view expected) {
   return other("expected " + std::string(expected) + ", found " + std::string(nameOf(node.kind())));
+}
+
+bool DecodingFailure::unknown(std::string_view found, std::span<const std::string_view> known) {
+  std::string cause = "expected one of";
+  for (const std::string_view text : known) cause += " \"" + std::string(text) + "\",";
+  cause += " found ";
+  if (found.size() > quotedLimit) return other(cause + "a longer text");
+  support::appendText(cause, found);
+  return other(std::move(cause));
 }
 
 bool DecodingFailure::other(std::string cause) {

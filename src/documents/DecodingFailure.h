@@ -43,6 +43,8 @@ class DecodingFailure {
 
   bool missing(std::string_view key);
   bool mismatch(const support::Node& node, std::string_view expected);
+  // The text is none of those that an enumeration has.
+  bool unknown(std::string_view found, std::span<const std::string_view> known);
   bool other(std::string cause);
   // The text is no JSON at all.
   bool syntax(std::string cause);

@@ -212,12 +212,7 @@ bool decodeText(const support::Node& node, Enumeration& value, DecodingFailure& 
     value = static_cast<Enumeration>(i);
     return true;
   }
-  std::string cause = "expected one of";
-  for (const std::string_view text : texts) cause += " \"" + std::string(text) + "\",";
-  cause += " found ";
-  // Enough to recognise it by.
-  support::appendText(cause, found.size() <= 64 ? found : "another text");
-  return failure.other(std::move(cause));
+  return failure.unknown(found, texts);
 }
 
 template <Positional Record>

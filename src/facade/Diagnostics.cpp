@@ -33,6 +33,12 @@ std::map<std::string, StatusCounts> Diagnostics::recordCounts() {
   return counts;
 }
 
+void Diagnostics::onPresented(std::function<void(const std::string&)> presented) {
+  library_.setPresenter([presented = std::move(presented)](const documents::SornInAppCampaign& campaign) {
+    presented(campaign.id);
+  });
+}
+
 void Diagnostics::waitUntilIdle() {
   // Each kind of thread may give work to the others, so all must be found idle one after another.
   do {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -27,6 +28,9 @@ class Diagnostics {
   SornMode mode() const;
   // By entity; only entities that have records.
   std::map<std::string, StatusCounts> recordCounts();
+
+  // Has every campaign that is selected named to this function, on the main queue.
+  void onPresented(std::function<void(const std::string& campaignID)> presented);
 
   // Returns when no thread of the library has anything left to do but to wait for a timer.
   void waitUntilIdle();

@@ -87,8 +87,11 @@ std::unique_ptr<server::APIClient> Library::makeClient() {
 }
 
 sync::EventStore& Library::events() {
-  return events_.get(
-      [this] { return std::make_unique<sync::EventStore>(database(), configuration_, device_, logger_); });
+  return events_.get([this] {
+    return std::make_unique<sync::EventStore>(
+        database(), configuration_, device_, logger_,
+        [this](const store::SNEvent& event) { campaigns().handleStoredEvent(event); });
+  });
 }
 
 sync::EventBatch& Library::batch() {
@@ -123,9 +126,52 @@ Users& Library::users() {
   });
 }
 
+server::PublishedFiles& Library::published() {
+  return published_.get([this] {
+    return std::make_unique<server::PublishedFiles>(account_, ports_.deployment, *ports_.userDefaults,
+                                                    *ports_.clock, tasks_, logger_,
+                                                    server::PublishedFiles::SavePlaces());
+  });
+}
+
+campaigns::SornInAppCampaignManager& Library::campaigns() {
+  return campaigns_.get([this] { return makeCampaigns(); });
+}
+
+std::unique_ptr<campaigns::SornInAppCampaignManager> Library::makeCampaigns() {
+  campaigns::SornInAppCampaignManager::Handlers handlers;
+  handlers.present = [this](const documents::SornInAppCampaign& campaign, double after) {
+    present(campaign, after);
+  };
+  // Nobody has asked the system yet.
+  handlers.authorizationStatus = [] { return std::optional<std::int64_t>(); };
+  return std::make_unique<campaigns::SornInAppCampaignManager>(database(), published(), *ports_.directories,
+                                                               *ports_.userDefaults, account_, logger_,
+                                                               std::move(handlers));
+}
+
+void Library::setPresenter(Presenter presenter) {
+  const std::lock_guard lock(presenterMutex_);
+  presenter_ = std::move(presenter);
+}
+
+void Library::present(const documents::SornInAppCampaign& campaign, double after) {
+  ports_.mainQueue->postAfter(std::chrono::duration<double>(after), [this, campaign] {
+    Presenter presenter;
+    {
+      const std::lock_guard lock(presenterMutex_);
+      presenter = presenter_;
+    }
+    if (presenter) presenter(campaign);
+  });
+}
+
 void Library::start(const std::string& configurationFile) {
   Startup::HandOver handOver;
-  handOver.beforeNameIsKept = [this] { lifecycle_.readBackgroundRefreshStatus(); };
+  handOver.beforeNameIsKept = [this] {
+    lifecycle_.readBackgroundRefreshStatus();
+    tasks_.post([this] { campaigns().fetchRemoteCampaigns(); });
+  };
   handOver.reconcile = [this](SornMode mode) {
     context().performBlock([this, mode] { reconciliation().run(mode); });
   };

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "campaigns/SornInAppCampaignManager.h"
 #include "device/DeviceManager.h"
 #include "device/KeychainWrapper.h"
 #include "facade/FacadeState.h"
@@ -12,6 +13,7 @@
 #include "facade/Users.h"
 #include "server/APIClient.h"
 #include "server/ConfigurationStore.h"
+#include "server/PublishedFiles.h"
 #include "sorn/Sorn.h"
 #include "sorn/platform/Platform.h"
 #include "store/CoreDataManager.h"
@@ -65,10 +67,18 @@ class Library {
   Reconciliation& reconciliation();
   Lifecycle& lifecycle() { return lifecycle_; }
   Users& users();
+  server::PublishedFiles& published();
+  campaigns::SornInAppCampaignManager& campaigns();
+
+  // Who shows a selected campaign; called on the main queue. Until somebody is set, none is shown.
+  using Presenter = std::function<void(const documents::SornInAppCampaign&)>;
+  void setPresenter(Presenter presenter);
 
  private:
   std::unique_ptr<store::DBManager> makeDatabase();
   std::unique_ptr<server::APIClient> makeClient();
+  std::unique_ptr<campaigns::SornInAppCampaignManager> makeCampaigns();
+  void present(const documents::SornInAppCampaign& campaign, double after);
 
   const platform::Platform ports_;
   const std::unique_ptr<Sorn> sorn_;
@@ -90,6 +100,10 @@ class Library {
   Lazy<sync::MaintenanceRoutine> maintenance_;
   Lazy<Reconciliation> reconciliation_;
   Lazy<Users> users_;
+  Lazy<server::PublishedFiles> published_;
+  Lazy<campaigns::SornInAppCampaignManager> campaigns_;
+  std::mutex presenterMutex_;
+  Presenter presenter_;
 };
 
 }  // namespace sorn::facade

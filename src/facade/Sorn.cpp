@@ -68,6 +68,11 @@ void Sorn::disableInAppCampaigns() {
   library_.ports().userDefaults->set(server::EventReportBuilder::inAppCampaignsActive, false);
 }
 
+void Sorn::triggerInApp(const std::map<std::string, std::string>& userInfo) {
+  library_.refuseAfterFork();
+  library_.campaigns().triggerInApp(userInfo);
+}
+
 std::string Sorn::defaultUser() const { return library_.users().defaultUser(); }
 
 std::future<void> Sorn::loginUser(std::string id) {

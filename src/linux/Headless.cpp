@@ -10,7 +10,8 @@ Platform headless(const HeadlessOptions& options) {
   if (options.identifier) bundle->setIdentifier(options.identifier);
   bundle->setVersion(options.version);
   bundle->setBuild(options.build);
-  for (const std::filesystem::path& folder : options.resourceDirectories) bundle->addResourceDirectory(folder);
+  for (const std::filesystem::path& folder : options.resourceDirectories)
+    bundle->addResourceDirectory(folder);
   Platform platform;
   platform.bundle = std::move(bundle);
   sorn::headless::fillHeadless(platform, options.dataDirectory

@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
-#include "linux/AtomicFile.h"
-#include "linux/BoundedFile.h"
+#include "support/AtomicFile.h"
+#include "support/BoundedFile.h"
 #include "support/Json.h"
 
 namespace sorn::headless {
@@ -20,7 +20,7 @@ constexpr std::size_t longestFile = std::size_t{16} << 20;
 
 JsonFile::Content JsonFile::load() const {
   std::error_code error;
-  const std::string text = readBounded(file_, longestFile, error);
+  const std::string text = support::readBounded(file_, longestFile, error);
   if (error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory) return {};
   if (error == std::errc::file_too_large) return {State::damaged, {}};
   if (error) return {State::unreadable, {}};
@@ -37,7 +37,7 @@ std::error_code JsonFile::save(std::string_view json, State replaced, platform::
     std::error_code ignored;
     std::filesystem::rename(file_, aside, ignored);
   }
-  return writeAtomically(file_, json, durability);
+  return support::writeAtomically(file_, json, durability);
 }
 
 }  // namespace sorn::headless

@@ -11,7 +11,7 @@
 
 #include <sys/utsname.h>
 
-#include "linux/BoundedFile.h"
+#include "support/BoundedFile.h"
 
 namespace sorn::headless {
 
@@ -69,7 +69,7 @@ LinuxDeviceFacts::LinuxDeviceFacts(std::filesystem::path root, Environment envir
 
 std::optional<std::string> LinuxDeviceFacts::firstLine(const std::filesystem::path& file) const {
   std::error_code error;
-  const std::string text = readBounded(root_ / file, longestFile, error);
+  const std::string text = support::readBounded(root_ / file, longestFile, error);
   const std::string_view line = trimmed(std::string_view(text).substr(0, text.find('\n')));
   return line.empty() ? std::nullopt : std::optional<std::string>(line);
 }
@@ -77,7 +77,7 @@ std::optional<std::string> LinuxDeviceFacts::firstLine(const std::filesystem::pa
 std::optional<std::string> LinuxDeviceFacts::assignment(const std::filesystem::path& file,
                                                         std::string_view key) const {
   std::error_code error;
-  const std::string text = readBounded(root_ / file, longestFile, error);
+  const std::string text = support::readBounded(root_ / file, longestFile, error);
   std::string_view rest = text;
   std::optional<std::string> found;
   while (!rest.empty()) {

@@ -27,7 +27,9 @@ constexpr std::array overwrittenKeys = {campaignSubtype, inAppStatus};
 void appendText(std::string& out, std::string_view name, const RowView& event,
                 const store::Attribute<std::string>& attribute, std::string_view ifAbsent) {
   out += name;
-  if (event.isAbsent(attribute) || !support::appendText(out, event.text(attribute))) out += ifAbsent;
+  // An absent text has no place in memory, an empty one has.
+  const std::string_view text = event.text(attribute);
+  if (!text.data() || !support::appendText(out, text)) out += ifAbsent;
 }
 
 void appendInteger(std::string& out, std::int64_t value) { support::appendNumber(out, value); }

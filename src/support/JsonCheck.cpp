@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "support/Json.h"
+#include "support/TextScan.h"
 
 namespace sorn::support {
 
@@ -106,15 +107,16 @@ class Check {
   bool key() {
     if (peek() != '"') return false;
     const char* begin = ++at_;
+    escaped_ = false;
     if (!text()) return false;
-    if (depth_ == 1 && !isFree({begin, static_cast<std::size_t>(at_ - 1 - begin)})) return false;
+    if (depth_ == 1 && (escaped_ || !isFree({begin, static_cast<std::size_t>(at_ - 1 - begin)})))
+      return false;
     if (peek() != ':') return false;
     ++at_;
     return true;
   }
 
   bool isFree(std::string_view name) const {
-    if (name.find('\\') != std::string_view::npos) return false;
     return std::none_of(keys_.begin(), keys_.end(), [name](std::string_view key) { return key == name; });
   }
 
@@ -122,7 +124,7 @@ class Check {
   bool text() {
     while (true) {
       // Kept out of the members, so that the loop runs in registers.
-      const char* at = at_;
+      const char* at = skipPlainText(at_, end_);
       while (at < end_ && textBytes[static_cast<unsigned char>(*at)] == plain) ++at;
       at_ = at;
       if (at == end_) return false;
@@ -134,6 +136,7 @@ class Check {
           beyondAscii_ = true;
           break;
         case backslash:
+          escaped_ = true;
           if (!escape()) return false;
           break;
         default:
@@ -208,6 +211,7 @@ class Check {
   std::uint64_t objects_ = 0;  // a bit for each open container: whether it is an object
   unsigned depth_ = 0;
   bool beyondAscii_ = false;
+  bool escaped_ = false;  // the last text has an escape
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "support/Json.h"
 #include "support/JsonMend.h"
+#include "support/TextScan.h"
 
 namespace sorn::support {
 
@@ -121,7 +122,8 @@ std::optional<std::string> written(const Value& value, Writer::Form form) {
 }  // namespace
 
 bool appendText(std::string& out, std::string_view text) {
-  std::size_t plainLength = 0;
+  auto plainLength =
+      static_cast<std::size_t>(skipPlainText<'/'>(text.data(), text.data() + text.size()) - text.data());
   while (plainLength < text.size() && escapeOf(text[plainLength]) == plain) ++plainLength;
   const bool isPlain = plainLength == text.size();
   if (!isPlain && !isValidUtf8(text)) return false;

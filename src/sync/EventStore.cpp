@@ -33,12 +33,14 @@ const store::Ref<Target>& held(store::Ref<Target>& holder, const SNApplication& 
 }  // namespace
 
 EventStore::EventStore(store::DBManager& database, server::ConfigurationStore& configuration,
-                       device::DeviceManager& device, support::Logger& logger)
+                       device::DeviceManager& device, support::Logger& logger,
+                       StoredHandler handleStoredEvent)
     : database_(database),
       context_(database.context()),
       configuration_(configuration),
       device_(device),
-      logger_(logger) {}
+      logger_(logger),
+      handleStoredEvent_(std::move(handleStoredEvent)) {}
 
 store::Ref<SNEvent> EventStore::createEvent(const NewEvent& event) {
   if (!documents::isNamedAction(event.action) && support::trimWhitespaceAndNewlines(event.action).empty()) {
@@ -73,6 +75,7 @@ EventStore::Stored EventStore::store(const NewEvent& event) {
   associateWithSession(record, event.action);
   record.set(SNEvent::extra, attributes);
   stored.isSaved = context_.save();
+  handleStoredEvent_(record);
   return stored;
 }
 

@@ -30,8 +30,11 @@ struct NewEvent {
 // needs a query. Any thread, unless an operation says that it belongs on the store's queue.
 class EventStore {
  public:
+  // Called for each new event, on the store's queue, also when its save failed.
+  using StoredHandler = std::function<void(const store::SNEvent&)>;
+
   EventStore(store::DBManager& database, server::ConfigurationStore& configuration,
-             device::DeviceManager& device, support::Logger& logger);
+             device::DeviceManager& device, support::Logger& logger, StoredHandler handleStoredEvent);
 
   // Stores the event, opening a session where one is missing. Absent when it is refused, or its save failed:
   // it is then kept in memory for the next save.
@@ -68,6 +71,7 @@ class EventStore {
   server::ConfigurationStore& configuration_;
   device::DeviceManager& device_;
   support::Logger& logger_;
+  const StoredHandler handleStoredEvent_;
 
   // On the store's queue from here on.
   std::string constantAttributes_;  // versions, which never change within a process

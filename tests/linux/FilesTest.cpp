@@ -6,11 +6,11 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include "linux/AtomicFile.h"
-#include "linux/BoundedFile.h"
 #include "linux/DefaultsFile.h"
 #include "linux/SecureStoreFile.h"
 #include "linux/TemporaryFolder.h"
+#include "support/AtomicFile.h"
+#include "support/BoundedFile.h"
 
 namespace sorn::testing {
 
@@ -46,13 +46,13 @@ std::size_t filesIn(const std::filesystem::path& folder) {
 TEST(AtomicFile, MakesPrivateFoldersAndFilesWhateverTheMask) {
   const TemporaryFolder folder;
   const mode_t before = ::umask(0);
-  EXPECT_FALSE(headless::writeAtomically(folder / "a/b/file", "one"));
+  EXPECT_FALSE(support::writeAtomically(folder / "a/b/file", "one"));
   ::umask(before);
   EXPECT_EQ(modeOf(folder / "a"), "0700");
   EXPECT_EQ(modeOf(folder / "a/b"), "0700");
   EXPECT_EQ(modeOf(folder / "a/b/file"), "0600");
   std::filesystem::permissions(folder / "a", std::filesystem::perms(0755));
-  EXPECT_FALSE(headless::writeAtomically(folder / "a/b/file", "two"));
+  EXPECT_FALSE(support::writeAtomically(folder / "a/b/file", "two"));
   EXPECT_EQ(modeOf(folder / "a"), "0755");
   EXPECT_EQ(folder.read("a/b/file"), "two");
   EXPECT_EQ(filesIn(folder / "a/b"), 1u);
@@ -63,7 +63,7 @@ TEST(AtomicFile, KeepsTheOldContentWhenTheNewOneDoesNotFit) {
   folder.write("file", "old");
   {
     const FullDisk disk(1000);
-    EXPECT_TRUE(headless::writeAtomically(folder / "file", std::string(2000, 'x')));
+    EXPECT_TRUE(support::writeAtomically(folder / "file", std::string(2000, 'x')));
   }
   EXPECT_EQ(folder.read("file"), "old");
   EXPECT_EQ(filesIn(folder.path()), 1u);
@@ -72,9 +72,9 @@ TEST(AtomicFile, KeepsTheOldContentWhenTheNewOneDoesNotFit) {
 TEST(AtomicFile, FailsWhereAFolderCannotBe) {
   const TemporaryFolder folder;
   folder.write("file", "");
-  EXPECT_EQ(headless::writeAtomically(folder / "file/below/it", "x"), std::errc::not_a_directory);
+  EXPECT_EQ(support::writeAtomically(folder / "file/below/it", "x"), std::errc::not_a_directory);
   std::filesystem::create_directory(folder / "folder");
-  EXPECT_TRUE(headless::writeAtomically(folder / "folder", "x"));
+  EXPECT_TRUE(support::writeAtomically(folder / "folder", "x"));
   EXPECT_EQ(filesIn(folder.path()), 2u);
 }
 
@@ -82,16 +82,16 @@ TEST(BoundedFile, ReadsUpToItsLimitAndNeverWaits) {
   const TemporaryFolder folder;
   const auto file = folder.write("file", std::string(40000, 'x'));
   std::error_code error;
-  EXPECT_EQ(headless::readBounded(file, 40000, error).size(), 40000u);
+  EXPECT_EQ(support::readBounded(file, 40000, error).size(), 40000u);
   EXPECT_FALSE(error);
-  EXPECT_EQ(headless::readBounded(file, 39999, error), "");
+  EXPECT_EQ(support::readBounded(file, 39999, error), "");
   EXPECT_EQ(error, std::errc::file_too_large);
-  headless::readBounded(folder / "none", 10, error);
+  support::readBounded(folder / "none", 10, error);
   EXPECT_EQ(error, std::errc::no_such_file_or_directory);
-  headless::readBounded(folder.path(), 10, error);
+  support::readBounded(folder.path(), 10, error);
   EXPECT_EQ(error, std::errc::is_a_directory);
   ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
-  EXPECT_EQ(headless::readBounded(folder / "pipe", 10, error), "");
+  EXPECT_EQ(support::readBounded(folder / "pipe", 10, error), "");
 }
 
 TEST(DefaultsFile, KeepsEveryTypeOverARestart) {

@@ -8,9 +8,9 @@
 #include <string>
 #include <system_error>
 
-#include "linux/AtomicFile.h"
 #include "sorn-config/ConfigurationFile.h"
 #include "sorn-config/Options.h"
+#include "support/AtomicFile.h"
 #include "support/JsonWriter.h"
 
 namespace {
@@ -51,7 +51,7 @@ int write(const sorn::config::Options& options) {
       options.isBinary ? sorn::support::PropertyListForm::binary : sorn::support::PropertyListForm::xml;
   const std::string text =
       sorn::config::configurationText({options.key, options.secret, options.mode, options.environment}, form);
-  error = sorn::headless::writeAtomically(out, text);
+  error = sorn::support::writeAtomically(out, text);
   if (error) return failed(options.out, error.message());
   // A resource of the host, which every user of the program reads.
   constexpr perms readable = perms::owner_read | perms::owner_write | perms::group_read | perms::others_read;

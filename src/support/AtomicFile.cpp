@@ -1,4 +1,4 @@
-#include "linux/AtomicFile.h"
+#include "support/AtomicFile.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace sorn::headless {
+namespace sorn::support {
 
 namespace {
 
@@ -78,4 +78,4 @@ std::error_code writeAtomically(const std::filesystem::path& file, std::string_v
   return {};
 }
 
-}  // namespace sorn::headless
+}  // namespace sorn::support

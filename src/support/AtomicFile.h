@@ -6,7 +6,7 @@
 
 #include "sorn/platform/Deployment.h"
 
-namespace sorn::headless {
+namespace sorn::support {
 
 // Makes the folder and the missing ones above it, readable by the user alone (0700). Folders that exist keep
 // their modes.
@@ -19,4 +19,4 @@ std::error_code makePrivateFolders(const std::filesystem::path& folder);
 std::error_code writeAtomically(const std::filesystem::path& file, std::string_view bytes,
                                 platform::Durability durability = platform::Durability::power);
 
-}  // namespace sorn::headless
+}  // namespace sorn::support

@@ -1,11 +1,11 @@
-#include "linux/BoundedFile.h"
+#include "support/BoundedFile.h"
 
 #include <cerrno>
 
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace sorn::headless {
+namespace sorn::support {
 
 namespace {
 
@@ -42,4 +42,4 @@ std::string readBounded(const std::filesystem::path& file, std::size_t limit, st
   return bytes;
 }
 
-}  // namespace sorn::headless
+}  // namespace sorn::support

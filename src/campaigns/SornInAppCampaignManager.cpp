@@ -1,0 +1,187 @@
+#include "campaigns/SornInAppCampaignManager.h"
+
+#include <limits>
+#include <system_error>
+#include <utility>
+
+#include "store/entities/SNInAppCampaigns.h"
+#include "support/AtomicFile.h"
+#include "support/BoundedFile.h"
+#include "support/Fault.h"
+#include "support/Json.h"
+
+namespace sorn::campaigns {
+
+using store::SNInAppCampaigns;
+using support::LogLevel;
+
+namespace {
+
+// Longest campaign file that is read.
+constexpr std::size_t longestFile = std::size_t{64} << 20;
+
+std::map<std::string, std::string, std::less<>> textsOf(const std::string* json) {
+  std::map<std::string, std::string, std::less<>> texts;
+  const auto document = json ? support::Document::parse(*json) : std::nullopt;
+  if (!document) return texts;
+  for (const auto& [key, value] : document->root().members()) {
+    if (value.isText()) texts.emplace(key, value.text());
+  }
+  return texts;
+}
+
+}  // namespace
+
+SornInAppCampaignManager::SornInAppCampaignManager(store::DBManager& database,
+                                                   server::PublishedFiles& published,
+                                                   const platform::Directories& directories,
+                                                   platform::UserDefaults& defaults,
+                                                   const support::Account& account, support::Logger& logger,
+                                                   Handlers handlers)
+    : database_(database),
+      published_(published),
+      directories_(directories),
+      defaults_(defaults),
+      account_(account),
+      logger_(logger),
+      handlers_(std::move(handlers)) {
+  loadCampaigns();
+}
+
+std::shared_ptr<const CampaignIndex> SornInAppCampaignManager::campaigns() const {
+  const std::lock_guard lock(mutex_);
+  return index_;
+}
+
+void SornInAppCampaignManager::setCampaigns(documents::Campaigns campaigns) {
+  auto index = std::make_shared<const CampaignIndex>(std::move(campaigns));
+  const std::lock_guard lock(mutex_);
+  index_.swap(index);
+}
+
+std::optional<std::filesystem::path> SornInAppCampaignManager::fileURL() const {
+  const auto folders = directories_.applicationSupport();
+  const auto key = account_.applicationKey();
+  if (folders.empty() || !key) return std::nullopt;
+  return folders.front() / (*key + "_" + std::string(fileName));
+}
+
+void SornInAppCampaignManager::loadCampaigns() {
+  const auto file = fileURL();
+  if (!file) {
+    logger_.log(LogLevel::error, "Could not get fileURL for loading");
+    return;
+  }
+  std::error_code error;
+  const std::string text = support::readBounded(*file, longestFile, error);
+  documents::DecodingFailure failure;
+  auto campaigns = error ? std::nullopt : documents::decodeCampaigns(text, failure);
+  if (!campaigns) {
+    logger_.log(LogLevel::error, [&] {
+      return "Failed to load campaigns: " + (error ? error.message() : failure.description());
+    });
+    return;
+  }
+  setCampaigns(*std::move(campaigns));
+}
+
+void SornInAppCampaignManager::storeCampaigns(documents::Campaigns campaigns) {
+  const auto file = fileURL();
+  if (!file) {
+    logger_.log(LogLevel::error, "Could not get fileURL for storage");
+  } else if (const auto reason = writeFile(campaigns, *file)) {
+    logger_.log(LogLevel::error, [&] { return "Failed to store campaigns: " + *reason; });
+  } else {
+    logger_.log(LogLevel::info, [&] {
+      return "Stored " + std::to_string(campaigns.size()) + " campaigns to: " + file->string();
+    });
+  }
+  setCampaigns(std::move(campaigns));
+}
+
+// Why the file could not be written; absent when it was.
+std::optional<std::string> SornInAppCampaignManager::writeFile(const documents::Campaigns& campaigns,
+                                                               const std::filesystem::path& file) {
+  const auto text = documents::encodeCampaigns(campaigns, support::Writer::Form::pretty);
+  if (!text) return "a value that JSON cannot hold";
+  const std::error_code error = support::writeAtomically(file, *text);
+  return error ? std::optional(error.message()) : std::nullopt;
+}
+
+void SornInAppCampaignManager::fetchRemoteCampaigns() {
+  published_.fetchCampaigns([this](server::PublishedFiles::CampaignsResult result) {
+    if (auto* campaigns = std::get_if<documents::Campaigns>(&result)) {
+      storeCampaigns(std::move(*campaigns));
+    } else {
+      const auto& error = std::get<server::PublishedFiles::CampaignsError>(result);
+      logger_.logDescription(server::descriptionOf(error), support::Forced::no);
+    }
+  });
+}
+
+void SornInAppCampaignManager::handleStoredEvent(const store::SNEvent& event) {
+  const std::string* action = event.text(store::SNEvent::action);
+  if (action && !campaigns()->mayAnswer(*action)) return;
+  Occasion occasion;
+  if (action) occasion.action = *action;
+  occasion.texts = textsOf(event.text(store::SNEvent::extra));
+  database_.context().performBlock([this, occasion = std::move(occasion)] { evaluate(occasion); });
+}
+
+void SornInAppCampaignManager::triggerInApp(const std::map<std::string, std::string>& userInfo) {
+  Occasion occasion;
+  occasion.texts.insert(userInfo.begin(), userInfo.end());
+  database_.context().performBlock([this, occasion = std::move(occasion)] { evaluate(occasion); });
+}
+
+void SornInAppCampaignManager::evaluate(const Occasion& occasion) {
+  const auto index = campaigns();
+  const Wanted wanted = wantedBy(occasion);
+  for (const SornInAppCampaign* campaign : index->candidates(wanted)) {
+    if (!triggerMismatch(*campaign, wanted, occasion) && tryCandidate(*campaign)) return;
+  }
+}
+
+bool SornInAppCampaignManager::tryCandidate(const SornInAppCampaign& campaign) {
+  store::ManagedObjectContext& context = database_.context();
+  const double now = secondsSince1970(context.now());
+  const std::optional<Value> last = defaults_.object(lastPresentationDate);
+  const Date* lastOfAny = last ? last->as<Date>() : nullptr;
+  if (!delayHolds(campaign, lastOfAny ? std::optional(secondsSince1970(*lastOfAny)) : std::nullopt, now)) {
+    return false;
+  }
+  // The record is there from now on, also when the campaign falls out after all.
+  const auto counters =
+      context.findOrCreate<SNInAppCampaigns>(store::assign(SNInAppCampaigns::id, campaign.id));
+  const std::optional<Date> lastPresentation = counters->get(SNInAppCampaigns::lastPresentation);
+  const std::int64_t count = counters->get(SNInAppCampaigns::presentationCount);
+  if (!frequencyHolds(campaign,
+                      lastPresentation ? std::optional(secondsSince1970(*lastPresentation)) : std::nullopt,
+                      count, now)) {
+    return false;
+  }
+  if (!pushPromptHolds(campaign, handlers_.authorizationStatus())) {
+    logger_.log(LogLevel::info,
+                "The campaign is marked for push prompt but the user is already opted-in. Bailing out...");
+    return false;
+  }
+  present(campaign, *counters);
+  return true;
+}
+
+// The counters are written before anybody knows whether the campaign finds the screen free: one that does not
+// counts as shown all the same.
+void SornInAppCampaignManager::present(const SornInAppCampaign& campaign, store::ManagedObject& counters) {
+  const Date now = database_.context().now();
+  counters.set(SNInAppCampaigns::lastPresentation, now);
+  const std::int16_t count = counters.get(SNInAppCampaigns::presentationCount);
+  if (count == std::numeric_limits<std::int16_t>::max()) support::fault("fewer than 32768 presentations");
+  counters.set(SNInAppCampaigns::presentationCount, static_cast<std::int16_t>(count + 1));
+  defaults_.set(lastPresentationDate, now);
+  logger_.log(LogLevel::info, [&] { return "Found triggered campaign: " + campaign.id + "..."; });
+  handlers_.present(campaign, 0);
+  database_.addCampaignID(campaign.id);
+  database_.saveContext();
+}
+
+}  // namespace sorn::campaigns

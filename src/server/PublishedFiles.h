@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "documents/ActivePlace.h"
+#include "documents/SornInAppCampaign.h"
+#include "server/APIError.h"
+#include "sorn/SornError.h"
+#include "sorn/platform/Clock.h"
+#include "sorn/platform/Deployment.h"
+#include "sorn/platform/UserDefaults.h"
+#include "support/Account.h"
+#include "support/Logger.h"
+#include "support/Tasks.h"
+
+namespace sorn::server {
+
+// The two documents that an account publishes on an object storage: its active campaigns and its active
+// places. Plain GETs without a signature. Any thread; completions run on the task thread.
+class PublishedFiles {
+ public:
+  // Key of the defaults with the moment of the last attempt to get the places.
+  static constexpr std::string_view lastActivePlaces = "kSORN_LAST_ACTIVE_PLACES";
+  static constexpr double placesInterval = 3600.0;  // seconds between two attempts
+  static constexpr std::chrono::duration<double> storageTimeout{60.0};
+
+  // Why there are no campaigns: the library's own error, a decoding failure, or a transport error.
+  using CampaignsError = std::variant<SornError, documents::DecodingFailure, PlatformError>;
+  using CampaignsResult = std::variant<documents::Campaigns, CampaignsError>;
+
+  struct Places {
+    std::vector<documents::ActivePlace> places;
+    std::optional<std::string> etag;
+    std::optional<std::int64_t> timestamp;
+  };
+  using SavePlaces = std::function<void(const Places&)>;
+
+  PublishedFiles(const support::Account& account, const platform::Deployment& deployment,
+                 platform::UserDefaults& defaults, const platform::Clock& clock, support::Tasks& tasks,
+                 support::Logger& logger, SavePlaces savePlaces);
+
+  void fetchCampaigns(std::function<void(CampaignsResult)> completion);
+  // At most one attempt an hour, a failed one counted. What came goes to `savePlaces`, unless the document
+  // cannot be decoded or lacks its etag or time stamp. The completion runs on every way out.
+  void fetchActivePlaces(std::function<void()> completion);
+
+ private:
+  std::optional<std::string> objectUrl(std::string_view folder, std::string_view file,
+                                       std::string_view failureLine) const;
+  CampaignsResult campaignsOf(platform::HttpTransport::Result result);
+  void takePlaces(const platform::HttpTransport::Result& result);
+  platform::HttpRequest get(std::string url) const;
+
+  const support::Account& account_;
+  const platform::Deployment& deployment_;
+  platform::UserDefaults& defaults_;
+  const platform::Clock& clock_;
+  support::Tasks& tasks_;
+  support::Logger& logger_;
+  const SavePlaces savePlaces_;
+};
+
+std::string descriptionOf(const PublishedFiles::CampaignsError& error);
+
+}  // namespace sorn::server

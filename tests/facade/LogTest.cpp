@@ -1,0 +1,208 @@
+#include <limits>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "fakes/RawDatabase.h"
+#include "fakes/TestHost.h"
+#include "store/entities/SNEvent.h"
+
+namespace sorn::facade {
+
+using Code = SornError::Code;
+using nlohmann::json;
+
+class LogTest : public ::testing::Test {
+ protected:
+  LogTest() { library_->database().currentApplication(); }
+
+  static std::optional<SornError> refusalOf(const std::function<void()>& work) {
+    try {
+      work();
+    } catch (const SornError& error) {
+      return error;
+    }
+    return std::nullopt;
+  }
+  std::optional<SornError> logged(const std::string& category, const std::string& action,
+                                  const std::optional<Dictionary>& data = std::nullopt) {
+    return refusalOf([&] { library_->sorn().logEventWith(category, action, data); });
+  }
+  std::optional<SornError> screen(const std::string& name,
+                                  const std::optional<Dictionary>& data = std::nullopt) {
+    const auto refusal = refusalOf([&] { library_->sorn().logScreenWithName(name, data); });
+    library_->context().performBlockAndWait([] {});
+    return refusal;
+  }
+  std::string stored(const std::string& sql) { return tests::RawDatabase(host_.databaseFile()).column(sql); }
+  bool hasNoTrace() {
+    return stored("SELECT count(*) FROM SNEvent") + stored("SELECT count(*) FROM SNSession") == "00";
+  }
+  // The attributes of the newest event but for the library's own.
+  json lastExtra() {
+    json extra =
+        json::parse(stored("SELECT extra FROM SNEvent WHERE action <> '+APP_OPENED' "
+                           "ORDER BY id DESC LIMIT 1"));
+    for (const char* own :
+         {"campaign_ids", "sv", "app_version", "os_version", "authorization_status", "location_status"}) {
+      EXPECT_EQ(extra.erase(own), 1u) << own;
+    }
+    return extra;
+  }
+
+  tests::TestHost host_;
+  std::unique_ptr<Library> library_ = host_.launch();
+};
+
+TEST_F(LogTest, NamesOfTwoToFiftyOneCharactersAreTaken) {
+  const std::string fifty(50, 'x');
+  struct Case {
+    std::string name;
+    bool isTaken;
+  };
+  const Case cases[] = {{"AB", true},         {"A", false},        {"", false},           {"+A", false},
+                        {"A+", true},         {"a" + fifty, true}, {"ab" + fifty, false}, {"A\\B", false},
+                        {"A B~", true},       {"\xC3\x84x", true}, {"x\xC3\x84", false},  {"AB\n", false},
+                        {"A\tB", false},      {"\nB", true},       {"A\x7F", false},      {"A\xFF", false},
+                        {"NO_CATEGORY", true}};
+  for (const Case& each : cases) {
+    const auto category = logged(each.name, "Action");
+    const auto action = logged("Category", each.name);
+    ASSERT_EQ(!category, each.isTaken) << each.name;
+    ASSERT_EQ(!action, each.isTaken) << each.name;
+    if (each.isTaken) continue;
+    EXPECT_EQ(*category, SornError::invalidCategory(each.name));
+    EXPECT_EQ(*action, SornError::invalidAction(each.name));
+  }
+  EXPECT_EQ(logged("+A", "+B"), SornError::invalidCategory("+A")) << "the category goes first";
+}
+
+TEST_F(LogTest, RefusedEventsLeaveNoTrace) {
+  const Dictionary badValue = {{"ok", 1}, {"bad", "$x"}};
+  EXPECT_EQ(logged("+", "Action")->code(), Code::invalidCategory);
+  EXPECT_EQ(logged("Category", "+")->code(), Code::invalidAction);
+  EXPECT_EQ(logged("Category", "Action", badValue)->code(), Code::invalidExtraData);
+  EXPECT_EQ(screen(".")->code(), Code::invalidScreenName);
+  EXPECT_EQ(screen("name", badValue)->code(), Code::invalidExtraValue);
+  EXPECT_TRUE(hasNoTrace());
+}
+
+TEST_F(LogTest, FaultOfTheExtraDataIsGeneralForEventsAndExactForScreens) {
+  struct Case {
+    Dictionary data;
+    SornError forScreens;
+  };
+  const Case cases[] = {
+      {{{"a-b", 1}}, SornError::invalidExtraKey("a-b")},
+      {{{"", 1}}, SornError::invalidExtraKey("")},
+      {{{"a b", 1}}, SornError::invalidExtraKey("a b")},
+      {{{"\xFF", 1}}, SornError::invalidExtraKey("\xFF")},
+      {{{"a", "$x"}}, SornError::invalidExtraValue("a")},
+      {{{"a", "$"}}, SornError::invalidExtraValue("a")},
+      {{{"a", nullptr}}, SornError::invalidExtraValue("a")},
+      {{{"a", List{Value(1)}}}, SornError::invalidExtraValue("a")},
+      {{{"a", Dictionary{}}}, SornError::invalidExtraValue("a")},
+      {{{"a", "\xFF"}}, SornError::invalidExtraValue("a")},
+      {{{"a", "$x"}, {"b-", 1}}, SornError::invalidExtraKey("b-")},
+  };
+  for (const Case& each : cases) {
+    EXPECT_EQ(logged("Category", "Action", each.data), SornError::plain(Code::invalidExtraData));
+    EXPECT_EQ(screen("name", each.data), each.forScreens) << each.forScreens.what();
+  }
+  EXPECT_TRUE(hasNoTrace());
+}
+
+TEST_F(LogTest, ValuesAreTypedByTheirKeys) {
+  ASSERT_FALSE(logged("Category", "Action",
+                      Dictionary{{"bool", true},
+                                 {"one", 1},
+                                 {"half", 0.5},
+                                 {"big", Decimal{"123456789012345678901234567890"}},
+                                 {"when", dateSince1970(1'700'000'000.5)},
+                                 {"text", "a$\"\n\xE2\x82\xAC"},
+                                 {"empty", ""},
+                                 {"\xC3\xA4", "umlaut"},
+                                 {"sv", "mine"}}));
+  EXPECT_EQ(lastExtra(), json::parse(R"({"B_bool":true,"N_one":1,"N_half":0.5,
+      "N_big":123456789012345678901234567890,"D_when":1700000000.5,"S_text":"a$\"\n€","S_empty":"",
+      "S_ä":"umlaut","S_sv":"mine"})"));
+  EXPECT_EQ(stored("SELECT type || category || serialNumber FROM SNEvent WHERE action = 'Action'"),
+            "app_usageCategory2");
+  ASSERT_FALSE(logged("Category", "Action", Dictionary{}));
+  EXPECT_EQ(lastExtra(), json::object());
+}
+
+TEST_F(LogTest, NumberThatIsNoJsonCostsTheAttributesButNotTheEvent) {
+  ASSERT_FALSE(logged("Category", "Action", Dictionary{{"n", std::numeric_limits<double>::quiet_NaN()}}));
+  EXPECT_EQ(stored("SELECT extra FROM SNEvent WHERE action = 'Action'"), "{}");
+}
+
+TEST_F(LogTest, ScreenNamesAreDottedPaths) {
+  const std::string fifty(50, 'x');
+  for (const std::string& name :
+       {std::string(), std::string("."), std::string(".a"), std::string("a."), std::string("a..b"),
+        fifty + "x", "a." + fifty + "x", std::string("a\\b"), std::string("\xC3\xA4"), std::string("a\n")}) {
+    EXPECT_EQ(screen(name), SornError::invalidScreenName(name));
+  }
+  struct Case {
+    std::string name;
+    std::string expected;
+  };
+  const Case cases[] = {
+      {"home", R"({"screen_name":"home","screen_groups":["home"],"orientation":1})"},
+      {"a.b.c d", R"({"screen_name":"c d","screen_groups":["a","b"],"orientation":1})"},
+      {fifty + "." + fifty,
+       R"({"screen_name":")" + fifty + R"(","screen_groups":[")" + fifty + R"("],"orientation":1})"},
+      {"+x", R"({"screen_name":"+x","screen_groups":["+x"],"orientation":1})"},
+  };
+  for (const Case& each : cases) {
+    ASSERT_EQ(screen(each.name), std::nullopt) << each.name;
+    EXPECT_EQ(lastExtra(), json::parse(each.expected));
+  }
+  EXPECT_EQ(stored("SELECT DISTINCT action || category FROM SNEvent WHERE action <> '+APP_OPENED'"),
+            "+SCREEN_OPENEDNO_CATEGORY");
+}
+
+TEST_F(LogTest, ScreenDataStandsBesideTheNames) {
+  ASSERT_EQ(screen("s", Dictionary{{"screen_name", "mine"}, {"n", 2}}), std::nullopt);
+  EXPECT_EQ(lastExtra(), json::parse(R"({"S_screen_name":"mine","N_n":2,"screen_name":"s",
+                                         "screen_groups":["s"],"orientation":1})"));
+}
+
+TEST_F(LogTest, UsageOffRefusesBothBeforeAnythingElseIsLookedAt) {
+  host_.secureStore->put("test.host.key-SNSornConfiguration",
+                         R"({"features":{"push":true,"report_usage":false},
+                             "events_options":{"batch_timeout":10,"batch_size":10}})");
+  library_.reset();
+  library_ = host_.launch();
+  EXPECT_EQ(logged("+", "+"), SornError::plain(Code::featureNotEnabled));
+  EXPECT_EQ(screen("."), SornError::plain(Code::featureNotEnabled));
+  EXPECT_TRUE(hasNoTrace());
+}
+
+TEST_F(LogTest, CopyOfTheProcessRefusesWorkAndTheOriginalGoesOn) {
+  ASSERT_FALSE(logged("Category", "before"));
+  const pid_t child = ::fork();
+  if (child == 0) {
+    int refused = 0;
+    for (const std::function<void()>& work :
+         {std::function<void()>([&] { library_->sorn().logEventWith("Category", "in the copy"); }),
+          std::function<void()>([&] { library_->sorn().logScreenWithName("copy"); }),
+          std::function<void()>([&] { library_->sorn().start("c"); })}) {
+      const auto refusal = refusalOf(work);
+      if (refusal && refusal->code() == Code::serviceUnavailable) ++refused;
+    }
+    ::_exit(refused);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 3);
+  ASSERT_FALSE(logged("Category", "after"));
+  EXPECT_EQ(stored("SELECT action FROM SNEvent WHERE category = 'Category' ORDER BY id"), "before,after");
+}
+
+}  // namespace sorn::facade

@@ -1,0 +1,131 @@
+#include "server/ServerFixture.h"
+
+namespace sorn::server {
+
+using documents::Configuration;
+using documents::Features;
+
+class ConfigurationStoreTest : public ServerFixture {
+ protected:
+  static constexpr const char* item = "test.host.key-SNSornConfiguration";
+
+  bool take(const std::string& answer) {
+    const auto document = support::Document::parse(answer);
+    return library().configuration().takeFromAnswer(document ? std::optional(document->root())
+                                                             : std::nullopt);
+  }
+  bool takeConfiguration(const std::string& json) { return take("{\"configuration\":" + json + "}"); }
+  // Size, time-out and features, or what stands for absence.
+  std::string inForce() {
+    auto& store = library().configuration();
+    std::string text = std::to_string(store.batchSize()) + " " + std::to_string(store.batchTimeout());
+    for (const auto feature :
+         {&Features::push, &Features::reportUsage, &Features::macroLocation, &Features::inApp}) {
+      text += store.isEnabled(feature, false) ? " yes" : " no";
+    }
+    return text;
+  }
+  void restart() {
+    library_.reset();
+    library();
+  }
+};
+
+constexpr const char* defaults = "10 10.000000 no no no no";
+
+TEST_F(ConfigurationStoreTest, FeaturesAreBooleansOrNumbersAndNothingElse) {
+  struct Case {
+    std::string features;
+    std::string expected;  // empty when the whole is refused
+  };
+  const Case cases[] = {
+      {R"("push":true,"report_usage":false,"macro_location":true,"inapp":true)", "yes no yes yes"},
+      {R"("push":1,"report_usage":0,"macro_location":1,"inapp":1)", "yes no yes yes"},
+      {R"("push":2,"report_usage":-1,"macro_location":2,"inapp":0)", "no no no no"},
+      {R"("push":true,"report_usage":true)", "yes yes no no"},
+      {R"("push":true,"report_usage":true,"macro_location":null,"inapp":null)", "yes yes no no"},
+      {R"("push":true,"report_usage":true,"future":{}})", ""},
+      {R"("push":true)", ""},
+      {R"("report_usage":true)", ""},
+      {R"("push":null,"report_usage":true)", ""},
+      {R"("push":"yes","report_usage":true)", ""},
+      {R"("push":1.5,"report_usage":true)", ""},
+      {R"("push":true,"report_usage":true,"inapp":"1")", ""},
+  };
+  for (const Case& each : cases) {
+    library().configuration().setConfiguration(std::nullopt);
+    const std::string json =
+        "{\"features\":{" + each.features + R"(},"events_options":{"batch_timeout":7,"batch_size":3}})";
+    EXPECT_EQ(takeConfiguration(json), !each.expected.empty()) << each.features;
+    EXPECT_EQ(inForce(), each.expected.empty() ? defaults : "3 7.000000 " + each.expected) << each.features;
+    const std::string before = inForce();
+    restart();
+    EXPECT_EQ(inForce(), before) << "after a restart: " << each.features;
+  }
+}
+
+TEST_F(ConfigurationStoreTest, AnswerWithoutAUsableConfigurationLeavesTheOldOneInForce) {
+  ASSERT_TRUE(takeConfiguration(R"({"features":{"push":true,"report_usage":true},
+                                    "events_options":{"batch_timeout":7,"batch_size":3}})"));
+  const auto stored = host_.secureStore->items();
+  for (
+      const char* answer :
+      {"{}", "{\"configuration\":null}", "{\"configuration\":[]}", "{\"configuration\":{}}", "[]", "true",
+       R"({"configuration":{"features":{"push":true,"report_usage":true}}})",
+       R"({"configuration":{"events_options":{"batch_timeout":1,"batch_size":1}}})",
+       R"({"configuration":{"features":{"push":true,"report_usage":true},"events_options":{"batch_size":1}}})",
+       R"({"configuration":{"features":{"push":true,"report_usage":true},
+            "events_options":{"batch_timeout":"5","batch_size":1}}})",
+       R"({"configuration":{"features":{"push":true,"report_usage":true},
+            "events_options":{"batch_timeout":5.5,"batch_size":1}}})",
+       R"({"configuration":{"features":{"push":true,"report_usage":true},
+            "events_options":{"batch_timeout":true,"batch_size":1}}})"}) {
+    EXPECT_FALSE(take(answer)) << answer;
+    EXPECT_EQ(inForce(), "3 7.000000 yes yes no no") << answer;
+  }
+  EXPECT_EQ(host_.secureStore->items(), stored);
+}
+
+TEST_F(ConfigurationStoreTest, DamagedItemCountsAsNoneUntilANewOneIsStored) {
+  for (const char* bytes : {"", "{", "[]", "{\"features\":{}}", "\xFF\xFE"}) {
+    host_.secureStore->put(item, bytes);
+    restart();
+    EXPECT_EQ(inForce(), defaults) << bytes;
+  }
+  EXPECT_TRUE(takeConfiguration(R"({"features":{"push":false,"report_usage":true},
+                                    "events_options":{"batch_timeout":0,"batch_size":-1}})"));
+  EXPECT_EQ(inForce(), "-1 0.000000 no yes no no");
+}
+
+TEST_F(ConfigurationStoreTest, EachAccountHasItsOwn) {
+  ASSERT_TRUE(takeConfiguration(R"({"features":{"push":true,"report_usage":true},
+                                    "events_options":{"batch_timeout":7,"batch_size":3}})"));
+  host_.credentials.applicationKey = "other";
+  restart();
+  EXPECT_EQ(inForce(), defaults);
+  library().configuration().setConfiguration(std::nullopt);
+  EXPECT_TRUE(host_.secureStore->items().contains(item));
+}
+
+TEST_F(ConfigurationStoreTest, AbsenceRemovesTheItem) {
+  ASSERT_TRUE(takeConfiguration(R"({"features":{"push":true,"report_usage":true},
+                                    "events_options":{"batch_timeout":7,"batch_size":3}})"));
+  library().configuration().setConfiguration(std::nullopt);
+  EXPECT_EQ(inForce(), defaults);
+  EXPECT_FALSE(host_.secureStore->items().contains(item));
+}
+
+TEST_F(ConfigurationStoreTest, SecureStoreIsReadOnceWhateverIsFound) {
+  for (const bool isStored : {false, true}) {
+    if (isStored) {
+      host_.secureStore->put(item, R"({"features":{"push":true,"report_usage":true},
+                                       "events_options":{"batch_timeout":7,"batch_size":3}})");
+    }
+    restart();
+    const int before = host_.secureStore->reads();
+    for (int index = 0; index < 100; ++index) inForce();
+    EXPECT_EQ(host_.secureStore->reads() - before, 1) << isStored;
+  }
+}
+
+}  // namespace sorn::server

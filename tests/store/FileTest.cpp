@@ -1,0 +1,226 @@
+#include <fstream>
+
+#include <gmock/gmock.h>
+
+#include "fakes/ChildProcess.h"
+#include "fakes/Polling.h"
+#include "fakes/TestHost.h"
+#include "store/StoreFixture.h"
+
+namespace sorn::store {
+
+namespace {
+
+std::string bytesOf(const std::filesystem::path& file) {
+  if (!std::filesystem::is_regular_file(file)) return {};
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::unique_ptr<PersistentStore> open(const std::filesystem::path& file) {
+  std::string reason;
+  auto store = PersistentStore::open(file, platform::Durability::process, reason);
+  EXPECT_EQ(store == nullptr, !reason.empty());
+  return store;
+}
+
+// A library's store with one event "a" in it, closed properly.
+void makeStore(const std::filesystem::path& file) {
+  tests::FakeClock clock;
+  support::SerialQueue queue;
+  ManagedObjectContext context(queue, clock, open(file));
+  queue.performBlockAndWait([&] {
+    context.insert<SNEvent>()->set(SNEvent::action, "a");
+    ASSERT_TRUE(context.save());
+  });
+}
+
+}  // namespace
+
+TEST(StoreFile, FileAndFoldersBelongToTheUserAlone) {
+  tests::TestHost host;
+  host.directories->documentFolders = {host.folder / "x", host.folder / "deep/documents"};
+  const auto library = host.launch();
+  library->database().currentApplication();
+  const auto documents = host.folder / "deep/documents";
+  EXPECT_EQ(testing::modeOf(host.folder / "deep"), "0700");
+  EXPECT_EQ(testing::modeOf(documents), "0700");
+  EXPECT_EQ(testing::modeOf(documents / "SNSornDB.sqlite"), "0600");
+  EXPECT_EQ(testing::modeOf(documents / "SNSornDB.sqlite-wal"), "0600");
+  EXPECT_FALSE(std::filesystem::exists(host.folder / "x")) << "the last candidate is the one";
+}
+
+TEST(StoreFile, FileWithWiderRightsIsNarrowed) {
+  const testing::TemporaryFolder folder;
+  makeStore(folder / "s.sqlite");
+  std::filesystem::permissions(folder / "s.sqlite", std::filesystem::perms(0644));
+  ASSERT_TRUE(open(folder / "s.sqlite"));
+  EXPECT_EQ(testing::modeOf(folder / "s.sqlite"), "0600");
+}
+
+TEST(StoreFile, ZeroLengthFileBecomesAStore) {
+  const testing::TemporaryFolder folder;
+  folder.write("s.sqlite", "");
+  makeStore(folder / "s.sqlite");
+  EXPECT_EQ(tests::RawDatabase(folder / "s.sqlite").column("SELECT action FROM SNEvent"), "a");
+}
+
+// Each prepares a file that is no store of this library, or a spoiled one.
+struct Unusable {
+  const char* name;
+  std::function<void(const std::filesystem::path&)> prepare;
+};
+
+class UnusableFile : public ::testing::TestWithParam<Unusable> {};
+
+TEST_P(UnusableFile, LeavesTheLibraryWithoutPersistenceAndIsNotTouched) {
+  tests::TestHost host;
+  std::filesystem::create_directories(host.databaseFile().parent_path());
+  GetParam().prepare(host.databaseFile());
+  const std::string before = bytesOf(host.databaseFile());
+  {
+    const auto library = host.launch();
+    EXPECT_FALSE(library->context().performBlockAndWait([&] { return library->context().isPersistent(); }));
+    library->sorn().logEventWith("Category", "Action");
+    library->context().performBlockAndWait([&] {
+      EXPECT_EQ(library->context().count(SNEvent::entity()), 2u) << "the session's first and this";
+      EXPECT_FALSE(library->context().save());
+    });
+  }
+  EXPECT_TRUE(bytesOf(host.databaseFile()) == before);
+  EXPECT_FALSE(std::filesystem::exists(host.databaseFile().string() + "-wal"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    StoreFile, UnusableFile,
+    ::testing::Values(
+        Unusable{"Text", [](const auto& file) { std::ofstream(file) << "no database"; }},
+        Unusable{"Short", [](const auto& file) { std::ofstream(file) << "SQLite"; }},
+        Unusable{"HeaderAlone", [](const auto& file) { std::ofstream(file).write("SQLite format 3\0", 16); }},
+        Unusable{"Noise",
+                 [](const auto& file) {
+                   std::ofstream stream(file);
+                   stream.write("SQLite format 3\0", 16);
+                   stream << std::string(8000, 'x');
+                 }},
+        Unusable{"CutOff",
+                 [](const auto& file) {
+                   makeStore(file);
+                   std::filesystem::resize_file(file, 6000);
+                 }},
+        Unusable{"DamagedTable",
+                 [](const auto& file) {
+                   makeStore(file);
+                   tests::RawDatabase(file).execute("DROP TABLE SNSession");
+                 }},
+        Unusable{"ForeignDatabase",
+                 [](const auto& file) { tests::RawDatabase(file).execute("CREATE TABLE t (x)"); }},
+        Unusable{"ForeignDatabaseWithALog",
+                 [](const auto& file) {
+                   tests::RawDatabase(file).execute("PRAGMA journal_mode=WAL; CREATE TABLE t (x)");
+                 }},
+        Unusable{"NewerVersion",
+                 [](const auto& file) {
+                   makeStore(file);
+                   tests::RawDatabase(file).execute("PRAGMA user_version=2");
+                 }},
+        Unusable{"Directory", [](const auto& file) { std::filesystem::create_directory(file); }},
+        Unusable{"DanglingLink",
+                 [](const auto& file) { std::filesystem::create_symlink("/nowhere/at/all", file); }}),
+    [](const auto& each) { return each.param.name; });
+
+TEST(StoreFile, FolderThatCannotBeMadeLeavesTheLibraryWithoutPersistence) {
+  tests::TestHost host;
+  host.folder.write("documents", "a file where the folder should be");
+  const auto library = host.launch();
+  library->sorn().logEventWith("Category", "Action");
+  EXPECT_EQ(
+      library->context().performBlockAndWait([&] { return library->context().count(SNEvent::entity()); }),
+      2u);
+}
+
+TEST(StoreFile, HeldByAnotherProcessIsLeftToItAndFreeAfterItsDeath) {
+  tests::TestHost host;
+  std::filesystem::create_directories(host.databaseFile().parent_path());
+  makeStore(host.databaseFile());
+  tests::ChildProcess holder({SORN_STORE_HELPER, "hold", host.databaseFile()});
+  ASSERT_EQ(holder.readLine(), "ready");
+  const std::string before = bytesOf(host.databaseFile());
+  {
+    const auto library = host.launch();
+    EXPECT_FALSE(library->context().performBlockAndWait([&] { return library->context().isPersistent(); }));
+    library->sorn().logEventWith("Category", "Action");
+  }
+  EXPECT_TRUE(bytesOf(host.databaseFile()) == before);
+  holder.kill();
+  const auto library = host.launch();
+  EXPECT_TRUE(library->context().performBlockAndWait([&] { return library->context().isPersistent(); }));
+}
+
+TEST(StoreFile, ProcessKilledBetweenSavesLosesNothingThatASaveReported) {
+  const testing::TemporaryFolder folder;
+  int saved = 0;
+  for (const int lines : {3, 40, 400}) {
+    std::filesystem::remove(folder / "s.sqlite");
+    std::filesystem::remove(folder / "s.sqlite-wal");
+    tests::ChildProcess writer({SORN_STORE_HELPER, "write", folder / "s.sqlite"});
+    for (int line = 0; line < lines; ++line) saved = std::stoi(writer.readLine());
+    writer.kill();
+    ASSERT_EQ(saved, lines);
+    ASSERT_TRUE(open(folder / "s.sqlite"));
+    tests::RawDatabase raw(folder / "s.sqlite");
+    EXPECT_EQ(raw.column("PRAGMA integrity_check"), "ok");
+    EXPECT_GE(std::stoi(raw.column("SELECT count(*) FROM SNEvent")), saved);
+    EXPECT_EQ(raw.column("SELECT count(*) = max(action + 0) FROM SNEvent"), "1") << "no gap";
+  }
+}
+
+TEST(StoreFile, QuietMovesTheLogIntoTheDatabaseAndStartsItAfresh) {
+  tests::TestHost host;
+  const auto library = host.launch();
+  const auto addEvents = [&](int count) {
+    library->context().performBlockAndWait([&] {
+      for (int index = 0; index < count; ++index) {
+        library->context().insert<SNEvent>()->set(SNEvent::extra, std::string(900, 'x'));
+        EXPECT_TRUE(library->context().save());
+      }
+    });
+  };
+  const auto isCheckpointed = [&](const char* count) {
+    // The database file without its log, as somebody finds it who copies that one alone.
+    const auto copy = host.folder / "copy.sqlite";
+    std::filesystem::copy_file(host.databaseFile(), copy, std::filesystem::copy_options::overwrite_existing);
+    try {
+      return tests::RawDatabase(copy).column("SELECT count(*) FROM SNEvent") == count;
+    } catch (const std::runtime_error&) {
+      return false;  // copied in the middle of the pass
+    }
+  };
+  const std::string log = host.databaseFile().string() + "-wal";
+  addEvents(200);
+  ASSERT_TRUE(tests::becomesTrue([&] { return isCheckpointed("200"); }));
+  const auto sizeOfOneRound = std::filesystem::file_size(log);
+  for (const char* count : {"400", "600", "800", "1000", "1200", "1400"}) {
+    addEvents(200);
+    ASSERT_TRUE(tests::becomesTrue([&] { return isCheckpointed(count); }));
+  }
+  // Seven rounds were written. A round that began in the last moment of a pass goes behind the one before.
+  EXPECT_LT(std::filesystem::file_size(log), 4 * sizeOfOneRound);
+}
+
+TEST(StoreFile, LogStaysBoundedWhileNobodyRests) {
+  const testing::TemporaryFolder folder;
+  tests::FakeClock clock;
+  support::SerialQueue queue;
+  ManagedObjectContext context(queue, clock, open(folder / "s.sqlite"));
+  queue.performBlockAndWait([&] {
+    for (int index = 0; index < 3000; ++index) {
+      context.insert<SNEvent>()->set(SNEvent::extra, std::string(9000, 'x'));
+      ASSERT_TRUE(context.save());
+    }
+  });
+  // 4,000 pages of 2,048 bytes and their headers, and what one save adds.
+  EXPECT_LT(std::filesystem::file_size(folder / "s.sqlite-wal"), 4100u * (2048 + 24));
+}
+
+}  // namespace sorn::store

@@ -1,0 +1,198 @@
+// `sorn-campaign explain`: which campaign of a file an occasion would choose, and at which check each other
+// one fell out. By the library's own decoder and checks.
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cstdio>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "campaigns/Triggers.h"
+#include "sorn-campaign/Subcommand.h"
+#include "support/BoundedFile.h"
+#include "support/Json.h"
+#include "support/JsonWriter.h"
+
+namespace sorn::campaign {
+
+namespace {
+
+using campaigns::Outcome;
+using documents::Campaigns;
+using documents::SornInAppCampaign;
+
+constexpr std::size_t longestFile = std::size_t{64} << 20;
+
+// How often a campaign was presented, and when last; moments in seconds since 1970.
+struct Counters {
+  std::optional<double> last;
+  std::int64_t count = 0;
+};
+
+struct Question {
+  std::string file;
+  campaigns::Occasion occasion;
+  bool hasOccasion = false;
+  double now = std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+  std::optional<double> last;
+  std::map<std::string, Counters, std::less<>> counters;
+  std::optional<std::int64_t> settings;
+};
+
+int refuse(const std::string& reason) {
+  std::fprintf(stderr, "sorn-campaign: %s\n", reason.c_str());
+  return badUsage;
+}
+
+template <class Number>
+bool readNumber(std::string_view text, Number& number) {
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc() && end == text.data() + text.size();
+}
+
+// The members that are texts; false when the text is no JSON object.
+bool readTexts(std::string_view json, campaigns::Occasion& occasion) {
+  const auto document = support::Document::parse(json);
+  if (!document || !document->root().isObject()) return false;
+  for (const auto& [key, value] : document->root().members()) {
+    if (value.isText()) occasion.texts.emplace(key, value.text());
+  }
+  return true;
+}
+
+bool readState(std::string_view json, Question& question) {
+  const auto document = support::Document::parse(json);
+  if (!document || !document->root().isObject()) return false;
+  if (const auto last = document->root().find("last")) question.last = last->castDouble();
+  const auto campaigns = document->root().find("campaigns");
+  if (!campaigns) return true;
+  for (const auto& [id, state] : campaigns->members()) {
+    Counters& counters = question.counters[std::string(id)];
+    if (const auto last = state.find("last")) counters.last = last->castDouble();
+    if (const auto count = state.find("count")) counters.count = count->castInteger().value_or(0);
+  }
+  return campaigns->isObject();
+}
+
+// Reads one option with its value; the reason why not, or nothing.
+std::optional<std::string> readOption(std::string_view option, std::string_view value, Question& question) {
+  bool isRead = false;
+  if (option == "--event") {
+    question.occasion.action = value;
+    isRead = question.hasOccasion = true;
+  } else if (option == "--trigger") {
+    question.hasOccasion = true;
+    isRead = readTexts(value, question.occasion);
+  } else if (option == "--info") {
+    isRead = readTexts(value, question.occasion);
+  } else if (option == "--now") {
+    isRead = readNumber(value, question.now);
+  } else if (option == "--state") {
+    isRead = readState(value, question);
+  } else if (option == "--settings") {
+    isRead = readNumber(value, question.settings.emplace());
+  } else {
+    return "unknown option " + std::string(option);
+  }
+  if (isRead) return std::nullopt;
+  return "no value for " + std::string(option) + ": " + std::string(value);
+}
+
+std::optional<std::string> readArguments(Arguments arguments, Question& question) {
+  bool hasEvent = false;
+  bool hasTrigger = false;
+  bool hasInfo = false;
+  for (std::size_t at = 0; at < arguments.size(); ++at) {
+    const std::string_view word = arguments[at];
+    if (!word.starts_with("--")) {
+      if (!question.file.empty()) return "one file, please";
+      question.file = word;
+      continue;
+    }
+    if (at + 1 == arguments.size()) return std::string(word) + " needs a value";
+    hasEvent = hasEvent || word == "--event";
+    hasTrigger = hasTrigger || word == "--trigger";
+    hasInfo = hasInfo || word == "--info";
+    if (const auto reason = readOption(word, arguments[++at], question)) return reason;
+  }
+  if (question.file.empty()) return "no file is named";
+  if (hasEvent == hasTrigger) return "either --event or --trigger is wanted";
+  if (hasInfo && hasTrigger) return "--info goes with --event";
+  return std::nullopt;
+}
+
+// Where the candidate falls out by what depends on the moment; absent when it passes.
+std::optional<Outcome> momentaryMismatch(const SornInAppCampaign& campaign, const Question& question) {
+  if (!campaigns::delayHolds(campaign, question.last, question.now)) return Outcome::delay;
+  const auto found = question.counters.find(campaign.id);
+  const Counters counters = found == question.counters.end() ? Counters() : found->second;
+  if (!campaigns::frequencyHolds(campaign, counters.last, counters.count, question.now)) {
+    return Outcome::frequency;
+  }
+  if (!campaigns::pushPromptHolds(campaign, question.settings)) return Outcome::push_prompt;
+  return std::nullopt;
+}
+
+std::vector<Outcome> outcomesOf(const Campaigns& campaigns, const Question& question) {
+  const campaigns::Wanted wanted = campaigns::wantedBy(question.occasion);
+  std::vector<Outcome> outcomes(campaigns.size(), Outcome::after_chosen);
+  std::vector<std::size_t> candidates;
+  for (std::size_t at = 0; at < campaigns.size(); ++at) {
+    std::optional<Outcome> mismatch = campaigns::ineligibility(campaigns[at]);
+    if (!mismatch) mismatch = campaigns::triggerMismatch(campaigns[at], wanted, question.occasion);
+    if (mismatch) {
+      outcomes[at] = *mismatch;
+    } else {
+      candidates.push_back(at);
+    }
+  }
+  std::ranges::stable_sort(candidates, std::ranges::greater(),
+                           [&](std::size_t at) { return campaigns::priorityOf(campaigns[at]); });
+  for (const std::size_t at : candidates) {
+    outcomes[at] = momentaryMismatch(campaigns[at], question).value_or(Outcome::chosen);
+    if (outcomes[at] == Outcome::chosen) break;
+  }
+  return outcomes;
+}
+
+void print(const Campaigns& campaigns, const std::vector<Outcome>& outcomes) {
+  for (std::size_t at = 0; at < campaigns.size(); ++at) {
+    std::string line;
+    support::Writer writer(line);
+    writer.beginObject();
+    writer.key("id");
+    writer.text(campaigns[at].id);
+    writer.key("outcome");
+    writer.text(campaigns::nameOf(outcomes[at]));
+    writer.endObject();
+    std::printf("%s\n", line.c_str());
+  }
+}
+
+}  // namespace
+
+int runExplain(Arguments arguments) {
+  Question question;
+  if (const auto reason = readArguments(arguments, question)) return refuse(*reason);
+  std::error_code error;
+  const std::string text = support::readBounded(question.file, longestFile, error);
+  if (error) {
+    std::fprintf(stderr, "sorn-campaign: %s: %s\n", question.file.c_str(), error.message().c_str());
+    return failed;
+  }
+  documents::DecodingFailure failure;
+  const auto campaigns = documents::decodeCampaigns(text, failure);
+  if (!campaigns) {
+    std::fprintf(stderr, "sorn-campaign: %s: %s\n", question.file.c_str(), failure.description().c_str());
+    return failed;
+  }
+  print(*campaigns, outcomesOf(*campaigns, question));
+  return done;
+}
+
+}  // namespace sorn::campaign
