@@ -4,7 +4,8 @@
 usage: demo.py FOLDER-WITH-THE-PROGRAMS
 
 Everything stays on this machine. The exit status is 0 only if the service received, with valid signatures,
-exactly what the host logged, and holds the users and tags that the host set.
+exactly what the host logged, holds the users and tags that the host set, and each event presented the campaign
+that it should.
 """
 
 import json
@@ -13,12 +14,14 @@ import subprocess
 import sys
 import tempfile
 import threading
+import time
 import urllib.request
 
 KEY, SECRET = "demo-application", "a secret of the demo"
 CONFIGURATION = {"features": {"push": True, "report_usage": True, "macro_location": False, "inapp": True},
                  "events_options": {"batch_timeout": 10, "batch_size": 6}}
 PATIENCE = 30.0  # seconds for any single answer
+CAMPAIGNS = pathlib.Path(__file__).parent / "campaigns" / "demo.json"
 
 
 class Failure(Exception):
@@ -52,12 +55,17 @@ class Service:
 class Host:
     """The console host: one command a line, one line of JSON an answer."""
 
-    def __init__(self, programs, configuration, data):
-        self.process = subprocess.Popen([programs / "console-host", configuration, "--data", data, "--manual-clock"],
+    def __init__(self, programs, configuration, data, storage):
+        self.process = subprocess.Popen([programs / "console-host", configuration, "--data", data,
+                                         "--storage", storage, "--manual-clock"],
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        self.notices = []
 
     def run(self, command):
         print(f"  host> {command}")
+        return self.send(command)
+
+    def send(self, command):
         self.process.stdin.write(command + "\n")
         self.process.stdin.flush()
         watchdog = threading.Timer(PATIENCE, self.process.kill)
@@ -73,9 +81,22 @@ class Host:
     def read_answer(self):
         for line in self.process.stdout:
             # The library prints some lines of its own.
-            if line.startswith('{"') and "command" in (answer := json.loads(line)):
+            if not line.startswith('{"'):
+                continue
+            answer = json.loads(line)
+            if "command" in answer:
                 return answer
+            if "notice" in answer:
+                self.notices.append(answer)
         raise Failure("the host ended unexpectedly")
+
+    def presented(self):
+        """The campaigns that have been presented since the last call, once all that was begun has ended."""
+        for _ in range(3):  # what one turn hands to another thread, the next one waits for
+            self.send("advance 0")
+        campaigns = [notice["campaign"] for notice in self.notices if notice["notice"] == "presented"]
+        self.notices.clear()
+        return campaigns
 
     def end(self):
         self.process.terminate()
@@ -90,12 +111,23 @@ class Demo:
         self.service = Service(programs)
         self.logged = []  # (category, action, attributes that the host gave)
         self.shown = 0
+        self.elapsed = 0  # seconds by which the hosts' clock is ahead of this machine's
+        self.presentations = {"campaigns": {}}  # when each campaign was last presented, and how often
 
     def title(self, text):
         print(f"\n== {text}")
 
     def start_host(self):
-        self.host = Host(self.programs, self.folder / "Demo.plist", self.folder / "data")
+        """A new process; its clock goes on where the one before it stood."""
+        self.host = Host(self.programs, self.folder / "Demo.plist", self.folder / "data", self.service.origin)
+        if self.elapsed > 0:
+            self.host.run(f"clock {self.elapsed}")
+        self.moment = time.time() + self.elapsed
+
+    def advance(self, seconds):
+        self.host.run(f"advance {seconds}")
+        self.elapsed += seconds
+        self.moment += seconds
 
     def log(self, category, action, data=None, typed=None):
         command = f"log {json.dumps(category)} {json.dumps(action)}"
@@ -133,6 +165,8 @@ class Demo:
         self.make_configuration()
         self.first_steps()
         self.users_and_sessions()
+        self.campaigns()
+        self.campaigns_without_the_storage()
         self.outage()
         self.end_and_return()
         self.compare()
@@ -169,9 +203,9 @@ class Demo:
         self.title("A screen and an event go out on the timer")
         self.screen("home.news.detail", {"screen_name": "detail", "screen_groups": ["home", "news"], "orientation": 0})
         self.log("player", "song ended")
-        self.host.run("advance 9")
+        self.advance(9)
         self.show_received(6)
-        self.host.run("advance 1")
+        self.advance(1)
         self.show_received(8)
 
     def users_and_sessions(self):
@@ -180,7 +214,7 @@ class Demo:
         self.library_event("+LOGIN")
         self.host.run('tags ["tea", "music"]')
         self.log("account", "greeted")
-        self.host.run("advance 10")
+        self.advance(10)
         self.show_received(10)
         self.expect("the service has the tags", ["tea", "music"] in values(self.service.call("state")["tags"]))
 
@@ -193,37 +227,133 @@ class Demo:
         self.library_event("+APP_OPENED")
         self.host.run("logout")
         self.library_event("+LOGIN")
-        self.host.run("advance 10")
+        self.advance(10)
         self.show_received(13)
 
+    def campaigns(self):
+        self.title("Campaigns are published; the next start of the host fetches them")
+        published = json.loads(CAMPAIGNS.read_text())
+        for campaign in published:
+            campaign["paused"] = campaign["id"] == "closed-sale"
+        self.campaigns_file = self.folder / "campaigns.json"
+        self.campaigns_file.write_text(json.dumps(published))
+        subprocess.run([self.programs / "sorn-campaign", "validate", self.campaigns_file.name], check=True,
+                       timeout=PATIENCE, cwd=self.folder)
+        self.service.call("campaigns", published)
+        self.restart_host()
+        self.expect("the host has fetched them", self.storage_statuses()[-1:] == [200])
+
+        self.title("Each event presents at most one campaign")
+        self.launch("welcome")
+        self.happens("cart filled", "free-delivery")
+        self.happens("cart emptied", None)
+        self.visits("offers", None)
+        self.advance(60)
+        self.visits("offers", "offers")
+        self.triggers({"tier": "silver"}, None)
+        self.triggers({"tier": "gold", "country": "none"}, None)
+        self.triggers({"tier": "gold"}, "gold-customers")
+        self.log("shop", "order sent")
+        self.advance(61)
+        self.show_received(len(self.logged))
+        named = self.service.events()[-1]["extra"]["campaign_ids"]
+        self.expect(f"the last event names what was presented before it: {', '.join(named)}",
+                    sorted(named) == ["free-delivery", "gold-customers", "offers", "welcome"])
+
+    def campaigns_without_the_storage(self):
+        self.title("The storage fails; a new process goes by the campaigns that the last one kept")
+        self.service.call("faults", [{"path": "storage", "kind": "status", "status": 503}])
+        self.restart_host()
+        self.expect("the storage refused", self.storage_statuses()[-1:] == [503])
+        self.launch(None)
+        self.happens("cart filled", "free-delivery")
+        self.service.call("faults", [])
+        self.advance(61)
+        self.show_received(len(self.logged))
+
+    def restart_host(self):
+        self.host.end()
+        self.library_event("+APP_CLOSED")
+        self.start_host()
+        self.host.run("start")
+        self.host.run("advance 0")
+
+    def storage_statuses(self):
+        return [request["status"] for request in self.service.call("state")["requests"]
+                if request["path"].endswith("/active.json.gz")]
+
+    # What may present a campaign, with the one that it must present.
+
+    def launch(self, campaign):
+        self.host.run("launched")
+        self.library_event("+APP_OPENED")
+        self.decided(campaign, "--event", "+APP_OPENED")
+
+    def happens(self, action, campaign):
+        self.log("shop", action)
+        self.decided(campaign, "--event", action)
+
+    def visits(self, screen, campaign):
+        self.screen(screen, {"screen_name": screen, "screen_groups": [screen], "orientation": 0})
+        self.decided(campaign, "--event", "+SCREEN_OPENED", "--info", text({"screen_name": screen}))
+
+    def triggers(self, user_info, campaign):
+        self.host.run("trigger " + text(user_info))
+        self.decided(campaign, "--trigger", text(user_info))
+
+    def decided(self, expected, *occasion):
+        """Prints what the host presented, or why it did not, and fails unless host and tool did as expected."""
+        explanation = self.explain(occasion)
+        presented = self.host.presented()
+        for campaign in presented:
+            print(f"  host< presented {campaign}")
+            counters = self.presentations["campaigns"].setdefault(campaign, {"count": 0})
+            self.presentations["last"] = counters["last"] = self.moment
+            counters["count"] += 1
+        if not presented:
+            reasons = [f"{name}: {outcome}" for name, outcome in explanation.items() if outcome != "trigger"]
+            print("        none presented; " + (", ".join(reasons) or "no campaign has this trigger"))
+        chosen = [name for name, outcome in explanation.items() if outcome == "chosen"]
+        if presented != chosen or presented != ([expected] if expected else []):
+            raise Failure(f"presented: {presented}, explained: {explanation}, expected: {expected}")
+
+    def explain(self, occasion):
+        command = [self.programs / "sorn-campaign", "explain", self.campaigns_file, *occasion,
+                   "--now", repr(self.moment), "--state", text(self.presentations)]
+        run = subprocess.run(command, check=True, capture_output=True, text=True, timeout=PATIENCE)
+        lines = [json.loads(line) for line in run.stdout.splitlines()]
+        return {line["id"]: line["outcome"] for line in lines}
+
     def outage(self):
+        before = self.shown
         self.title("The service is unreachable; the host goes on logging")
         self.service.call("faults", [{"path": "*", "kind": "reset"}])
         for number in range(20):
             self.log("offline", f"event {number}", {"number": number}, {"N_number": number})
-        self.host.run("advance 70")
-        self.show_received(13)
+        self.advance(70)
+        self.show_received(before)
         waiting = self.host.run("state")["records"]["SNEvent"]
         print(f"        waiting: {waiting['pending']} for the next batch, {waiting['false']} after a failure")
         self.expect("nothing is lost", sum(waiting.values()) == 20)
 
         self.title("The service returns; maintenance delivers what waited")
         self.service.call("faults", [])
-        self.host.run("advance 60")
-        self.show_received(33)
+        self.advance(60)
+        self.show_received(before + 20)
         records = self.host.run("state")["records"]
         unsent = {entity: counts for entity, counts in records.items() if counts["false"] or counts["pending"]}
         self.expect("every record is accepted", not unsent)
 
     def end_and_return(self):
         self.title("The system ends the host; the closing event waits in the store for the next process")
+        before = self.shown
         self.host.end()
         self.library_event("+APP_CLOSED")
-        self.show_received(33)
+        self.show_received(before)
         self.start_host()
         self.host.run("start")
-        self.host.run("advance 61")
-        self.show_received(34)
+        self.advance(61)
+        self.show_received(before + 1)
         self.host.run("quit")
 
     def compare(self):

@@ -142,12 +142,12 @@ class SchemaWriter {
     entry("type", "object");
     writer_.key("properties");
     writer_.beginObject();
-    eachField<T>([this](const auto& field) { property(field); });
+    eachField<T>([this](const auto& field) { this->property(field); });
     writer_.endObject();
     writer_.key("required");
     writer_.beginArray();
     eachField<T>([this](const auto& field) {
-      if (field.presence == Presence::required) writer_.text(field.key);
+      if (field.presence == Presence::required) this->writer_.text(field.key);
     });
     writer_.endArray();
     writer_.endObject();

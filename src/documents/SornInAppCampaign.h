@@ -16,6 +16,56 @@ namespace sorn::documents {
 // The version of the layout engine. A campaign that asks for a later one is not selected.
 inline constexpr std::int64_t layoutEngineVersion = 1;
 
+// Known as `SornInAppCampaign::Trigger` and so on. They stand outside, since a class may not hold an optional
+// of a type that it is still in the middle of defining.
+struct CampaignTrigger {
+  enum class TriggerType : std::uint8_t { appOpen, screen, event, inApp };
+
+  // A condition on the dictionary of the trigger. Everything is compared as text, whatever `type` says.
+  struct Attribute {
+    enum class AttributeType : std::uint8_t { string, number, date, boolean };
+    enum class Operator : std::uint8_t {
+      greaterThan,
+      greaterThanOrEqual,
+      equal,
+      notEqual,
+      lessThan,
+      lessThanOrEqual
+    };
+
+    AttributeType type = {};  // carried
+    std::string key;
+    Operator operation = {};  // "operator", which C++ reserves
+    std::string value;
+
+    bool operator==(const Attribute&) const = default;
+  };
+
+  TriggerType type = {};
+  std::optional<std::string> target;                 // read for `screen` and `event`; absent: no match
+  std::optional<std::vector<Attribute>> attributes;  // read for `inApp`
+
+  bool operator==(const CampaignTrigger&) const = default;
+};
+
+struct CampaignFrequencyDetails {
+  std::int64_t times = 0;  // presentations at most
+  double gap = 0;          // seconds between two of them
+
+  bool operator==(const CampaignFrequencyDetails&) const = default;
+};
+
+struct CampaignFrequency {
+  enum class Type : std::uint8_t { once, every_time, multiple_times };
+
+  using Details = CampaignFrequencyDetails;
+
+  Type type = {};
+  std::optional<Details> details;  // read for `multiple_times`; absent: zeros
+
+  bool operator==(const CampaignFrequency&) const = default;
+};
+
 // One campaign: the rules that say when it may be shown, and what it shows. Plain values that bear the names
 // of their keys; an absent one stays absent, and who reads it knows what that means. What is "carried" is
 // only written back.
@@ -30,35 +80,8 @@ struct SornInAppCampaign {
 
   enum class Audience : std::uint8_t { all, android, ios };
 
-  struct Trigger {
-    enum class TriggerType : std::uint8_t { appOpen, screen, event, inApp };
-
-    // A condition on the dictionary of the trigger. Everything is compared as text, whatever `type` says.
-    struct Attribute {
-      enum class AttributeType : std::uint8_t { string, number, date, boolean };
-      enum class Operator : std::uint8_t {
-        greaterThan,
-        greaterThanOrEqual,
-        equal,
-        notEqual,
-        lessThan,
-        lessThanOrEqual
-      };
-
-      AttributeType type = {};  // carried
-      std::string key;
-      Operator operation = {};  // "operator", which C++ reserves
-      std::string value;
-
-      bool operator==(const Attribute&) const = default;
-    };
-
-    TriggerType type = {};
-    std::optional<std::string> target;                 // read for `screen` and `event`; absent: no match
-    std::optional<std::vector<Attribute>> attributes;  // read for `inApp`
-
-    bool operator==(const Trigger&) const = default;
-  };
+  using Trigger = CampaignTrigger;
+  using Frequency = CampaignFrequency;
 
   struct TriggerMetaData {
     std::optional<double> last_in_app_delay;  // seconds since any campaign was presented; absent: 0
@@ -75,22 +98,6 @@ struct SornInAppCampaign {
     bool dismissable_on_tap = false;
 
     bool operator==(const MetaData&) const = default;
-  };
-
-  struct Frequency {
-    enum class Type : std::uint8_t { once, every_time, multiple_times };
-
-    struct Details {
-      std::int64_t times = 0;  // presentations at most
-      double gap = 0;          // seconds between two of them
-
-      bool operator==(const Details&) const = default;
-    };
-
-    Type type = {};
-    std::optional<Details> details;  // read for `multiple_times`; absent: zeros
-
-    bool operator==(const Frequency&) const = default;
   };
 
   std::string id;

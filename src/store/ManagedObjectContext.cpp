@@ -277,7 +277,7 @@ bool ManagedObjectContext::save() {
       if (needsTransaction) store_->rollBack();
       return false;
     }
-    store_->checkpointIfLong();
+    if (store_->checkpointIfLong()) queue_.runQuietHandlerSoon();
   }
   forgetWrittenChanges();
   return true;

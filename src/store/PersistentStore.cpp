@@ -17,6 +17,8 @@ constexpr std::int64_t applicationID = 0x534F524E;
 constexpr std::int64_t schemaVersion = 1;
 // Beyond this many pages in the log, one pass runs within a save although nobody has rested.
 constexpr int longestLog = 4000;
+// After each so many further pages the worker has a go, although nobody has rested.
+constexpr int longLog = 800;
 
 std::string_view sqlType(ColumnType type) {
   switch (type) {
@@ -270,8 +272,13 @@ bool PersistentStore::reserveRowIDs(std::int64_t bound) {
   return update.run();
 }
 
-void PersistentStore::checkpointIfLong() {
-  if (database_.logPages() >= longestLog) database_.checkpoint();
+bool PersistentStore::checkpointIfLong() {
+  const int pages = database_.logPages();
+  if (pages >= longestLog) database_.checkpoint();
+  if (pages < askedAtPages_) askedAtPages_ = 0;  // the log has begun anew
+  if (pages - askedAtPages_ < longLog) return false;
+  askedAtPages_ = pages;
+  return true;
 }
 
 void PersistentStore::checkpointWhileQuiet() {

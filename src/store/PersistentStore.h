@@ -49,8 +49,10 @@ class PersistentStore {
   std::int64_t reservedRowIDs() const { return reservedRowIDs_; }
   bool reserveRowIDs(std::int64_t bound);
 
-  // Keeps the log from growing without bound while nobody rests; after each save.
-  void checkpointIfLong();
+  // After each save. Keeps the log from growing without bound while nobody rests, by a pass within the turn.
+  // True when the log has grown by so much that `checkpointWhileQuiet` had better run now: then that pass has
+  // little left to do.
+  bool checkpointIfLong();
   // Moves the log into the database on a connection of its own, so that writers need not wait. Any one
   // thread.
   void checkpointWhileQuiet();
@@ -76,6 +78,7 @@ class PersistentStore {
   sqlite::Statement* lastInsert_ = nullptr;
   std::int64_t reservedRowIDs_ = 1;
   sqlite::Database checkpointer_;
+  int askedAtPages_ = 0;  // length of the log when a pass was last asked for
 };
 
 }  // namespace sorn::store

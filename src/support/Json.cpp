@@ -14,6 +14,41 @@ namespace sorn::support {
 
 namespace {
 
+template <class Implementation>
+const simdjson::implementation* neverReleased() {
+  return new Implementation;
+}
+
+// The library's implementations are static objects with destructors. Threads of ours may still be reading JSON
+// while the process ends, so from the first use on it works with one that nobody destroys.
+void keepImplementation() {
+  static const bool isKept = [] {
+    auto& active = simdjson::get_active_implementation();
+    const std::string_view name = active->name();
+#if SIMDJSON_IMPLEMENTATION_ICELAKE
+    if (name == "icelake") active = neverReleased<simdjson::icelake::implementation>();
+#endif
+#if SIMDJSON_IMPLEMENTATION_HASWELL
+    if (name == "haswell") active = neverReleased<simdjson::haswell::implementation>();
+#endif
+#if SIMDJSON_IMPLEMENTATION_WESTMERE
+    if (name == "westmere") active = neverReleased<simdjson::westmere::implementation>();
+#endif
+#if SIMDJSON_IMPLEMENTATION_ARM64
+    if (name == "arm64") active = neverReleased<simdjson::arm64::implementation>();
+#endif
+#if SIMDJSON_IMPLEMENTATION_PPC64
+    if (name == "ppc64") active = neverReleased<simdjson::ppc64::implementation>();
+#endif
+#if SIMDJSON_IMPLEMENTATION_FALLBACK
+    if (name == "fallback") active = neverReleased<simdjson::fallback::implementation>();
+#endif
+    return true;
+  }();
+  static_cast<void>(isKept);
+}
+
+
 constexpr double twoToThe63 = 9223372036854775808.0;
 
 std::optional<std::int64_t> wholeInteger(double number) {
@@ -75,6 +110,7 @@ struct Document::Parsed {
 
  private:
   simdjson::error_code parse(std::string_view text, std::size_t nesting) {
+    keepImplementation();
     simdjson::dom::parser parser;
     const simdjson::error_code code = parser.allocate(std::max<std::size_t>(text.size(), 1), nesting);
     if (code != simdjson::SUCCESS) return code;
@@ -309,6 +345,9 @@ std::optional<std::string_view> castText(const Value& value) {
   return held ? std::optional<std::string_view>(*held) : std::nullopt;
 }
 
-bool isValidUtf8(std::string_view text) { return simdjson::validate_utf8(text); }
+bool isValidUtf8(std::string_view text) {
+  keepImplementation();
+  return simdjson::validate_utf8(text);
+}
 
 }  // namespace sorn::support

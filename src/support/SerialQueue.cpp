@@ -28,6 +28,14 @@ void SerialQueue::setQuietHandler(std::chrono::milliseconds quiet, Block handler
   quietHandler_ = std::move(handler);
 }
 
+void SerialQueue::runQuietHandlerSoon() {
+  const std::lock_guard lock(mutex_);
+  if (!quietHandler_ || isHandlerWanted_) return;
+  isHandlerWanted_ = true;
+  startWorker();
+  workerWake_.notify_one();
+}
+
 void SerialQueue::acquire() {
   std::unique_lock lock(mutex_);
   if (isHeld_) {
@@ -120,6 +128,13 @@ void SerialQueue::runWorker() {
 // Returns when there is a block to run or the queue ends; meanwhile runs the quiet handler when it is due.
 void SerialQueue::waitForWork(std::unique_lock<std::mutex>& lock) {
   while (!ending_ && (entries_.empty() || isHeld_)) {
+    if (isHandlerWanted_) {
+      isHandlerWanted_ = false;
+      lock.unlock();
+      quietHandler_();
+      lock.lock();
+      continue;
+    }
     if (!quietHandler_ || turns_ == quietTurns_) {
       workerSleeps_ = true;
       workerWake_.wait(lock);

@@ -45,6 +45,9 @@ class SerialQueue {
   // Work for moments in which the queue has been without a block for this long, such as check-pointing a
   // log. It runs on the worker outside any turn, so blocks may run meanwhile. Set before the first block.
   void setQuietHandler(std::chrono::milliseconds quiet, Block handler);
+  // Has the quiet handler run once on the worker although there is no quiet, beside the blocks. From inside a
+  // block.
+  void runQuietHandlerSoon();
 
  private:
   // A thread that waits to be given the queue.
@@ -87,6 +90,7 @@ class SerialQueue {
   std::condition_variable workerWake_;
   bool workerSleeps_ = false;  // without a time limit
   bool ending_ = false;
+  bool isHandlerWanted_ = false;
   std::uint64_t turns_ = 0;       // how often the queue has come to rest
   std::uint64_t quietTurns_ = 0;  // value of `turns_` that the quiet handler has seen
   std::chrono::milliseconds quiet_{0};

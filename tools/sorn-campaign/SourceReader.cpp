@@ -1,5 +1,6 @@
-#include <array>
+#include <algorithm>
 #include <cstdint>
+#include <utility>
 
 #include "sorn-campaign/Source.h"
 #include "support/Json.h"
@@ -74,7 +75,7 @@ class Reader {
       case '{':
         return readContainer('}', [&] { return readMember(node); });
       case '[':
-        return readContainer(']', [&] { return readValue(node.elements.emplace_back()); });
+        return readContainer(']', [&] { return readValue(node.values.emplace_back()); });
       case '"': {
         std::string ignored;
         return readText(ignored);
@@ -117,7 +118,8 @@ class Reader {
     skipBlanks();
     if (!take(':')) return fail(at_, "expected a colon behind the key");
     skipBlanks();
-    return readValue(object.members.emplace_back(std::move(key), SourceNode()).second);
+    object.keys.push_back(std::move(key));
+    return readValue(object.values.emplace_back());
   }
 
   bool readScalar() {

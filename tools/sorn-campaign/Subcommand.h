@@ -14,7 +14,7 @@ using Arguments = std::span<const char* const>;
 // One subcommand; the arguments are those behind its name, the result the exit status.
 struct Subcommand {
   const char* name;
-  const char* arguments;  // for the usage, each after a blank
+  const char* arguments;  // for the usage
   int (*run)(Arguments arguments);
 };
 

@@ -11,7 +11,7 @@ namespace {
 using sorn::campaign::Subcommand;
 
 constexpr Subcommand subcommands[] = {
-    {"validate", " FILE...", sorn::campaign::runValidate},
+    {"validate", "FILE...", sorn::campaign::runValidate},
     {"explain",
      "FILE (--event ACTION [--info JSON] | --trigger JSON) [--now S] [--state JSON] [--settings N]",
      sorn::campaign::runExplain},
@@ -21,7 +21,8 @@ constexpr Subcommand subcommands[] = {
 void printUsage(std::FILE* out) {
   const char* lead = "usage:";
   for (const Subcommand& subcommand : subcommands) {
-    std::fprintf(out, "%6s sorn-campaign %s%s\n", lead, subcommand.name, subcommand.arguments);
+    const char* blank = subcommand.arguments[0] == '\0' ? "" : " ";
+    std::fprintf(out, "%6s sorn-campaign %s%s%s\n", lead, subcommand.name, blank, subcommand.arguments);
     lead = "";
   }
 }

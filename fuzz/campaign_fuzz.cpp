@@ -1,0 +1,79 @@
+// Any bytes as a campaign file: one failure or records that are written and decoded to the same; collecting
+// every fault begins with the same one; and the tool's reader, which knows the places, takes and refuses what
+// the library's reader does.
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "documents/SornInAppCampaign.h"
+#include "sorn-campaign/Validation.h"
+#include "support/Fault.h"
+#include "support/Json.h"
+
+namespace {
+
+using namespace sorn::documents;
+using sorn::campaign::Finding;
+using sorn::support::fault;
+
+void clearIds(SornView& node) {
+  node.id.clear();
+  for (SornView& child : node.children) clearIds(child);
+}
+
+void checkRoundTrip(Campaigns campaigns) {
+  const std::optional<std::string> encoded = encodeCampaigns(campaigns);
+  if (!encoded) fault("decoded campaigns can be encoded");
+  DecodingFailure failure;
+  std::optional<Campaigns> again = decodeCampaigns(*encoded, failure);
+  if (!again) fault("encoded campaigns can be decoded");
+  for (SornInAppCampaign& campaign : campaigns) clearIds(campaign.content);
+  for (SornInAppCampaign& campaign : *again) clearIds(campaign.content);
+  if (campaigns != *again) fault("campaigns survive being written and read");
+}
+
+void checkFaults(std::string_view text, const DecodingFailure& first) {
+  DecodingFailure all(DecodingFailure::Extent::allFaults);
+  decodeEachCampaign(text, all);
+  if (all.count() == 0 || all.description() != first.description())
+    fault("the first of all faults is the one");
+}
+
+void checkFindings(std::string_view text, bool isDecoded) {
+  bool isFaulty = false;
+  bool isShortPaddingAlone = true;
+  for (const Finding& finding : sorn::campaign::validate(text)) {
+    if (finding.place.line == 0 || finding.place.column > text.size() + 1) fault("a place within the text");
+    if (finding.weight == Finding::Weight::note) continue;
+    isFaulty = true;
+    if (!finding.path.ends_with(".padding")) isShortPaddingAlone = false;
+  }
+  if (isDecoded ? isFaulty && !isShortPaddingAlone : !isFaulty) fault("the tool and the decoder agree");
+}
+
+void checkSource(std::string_view text) {
+  sorn::campaign::SyntaxFault syntax;
+  const bool isRead = sorn::campaign::readSource(text, syntax).has_value();
+  if (isRead != sorn::support::Document::parse(text).has_value()) fault("both readers agree");
+  if (syntax.offset > text.size()) fault("a syntax fault within the text");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  DecodingFailure failure;
+  const std::optional<Campaigns> campaigns = decodeCampaigns(text, failure);
+  if (campaigns) {
+    checkRoundTrip(*campaigns);
+  } else {
+    checkFaults(text, failure);
+  }
+  checkFindings(text, campaigns.has_value());
+  checkSource(text);
+  return 0;
+}

@@ -1,0 +1,242 @@
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "documents/CampaignTexts.h"
+#include "support/Json.h"
+
+namespace sorn::documents {
+namespace {
+
+std::string example(const std::string& name) {
+  std::ifstream file(std::string(SORN_EXAMPLE_CAMPAIGNS) + "/" + name);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+SornInAppCampaign decoded(std::string_view text) {
+  DecodingFailure failure;
+  const std::optional<Campaigns> campaigns = decodeCampaigns(text, failure);
+  if (!campaigns) throw std::invalid_argument(failure.description());
+  return campaigns->at(0);
+}
+
+std::string refusal(std::string_view text) {
+  DecodingFailure failure;
+  return decodeCampaigns(text, failure) ? "decoded" : failure.description();
+}
+
+struct Refused {
+  std::string text;
+  std::string failure;
+};
+
+TEST(CampaignDocument, AFaultIsNamedByItsPathAndCause) {
+  const std::string_view minimal = minimalCampaigns;
+  const Refused cases[] = {
+      // Required keys, in the campaign, in a record inside it and in the layout.
+      {replaced(minimal, R"("id":"a",)", ""), "[0].id: required key is missing"},
+      {replaced(minimal, R"("ios":1)", R"("Ios":1)"), "[0].version.ios: required key is missing"},
+      {replaced(minimal, R"("background_color":"#FFF",)", ""),
+       "[0].content_metadata.background_color: required key is missing"},
+      {replaced(minimal, R"(,"children":[])", ""), "[0].content.children: required key is missing"},
+      {replaced(minimal, R"("children":[])",
+                R"("children":[{"viewType":"text","children":[],"textData":{"text":""}}])"),
+       "[0].content.children[0].textData.softWrap: required key is missing"},
+      {minimalWith(R"("frequency":{"type":"multiple_times","details":{"times":1}})"),
+       "[0].frequency.details.gap: required key is missing"},
+      // Null stands for an absent value of an optional key alone.
+      {replaced(minimal, R"("id":"a")", R"("id":null)"), "[0].id: expected a text, found null"},
+      {replaced(minimal, R"("children":[])", R"("children":null)"),
+       "[0].content.children: expected a list, found null"},
+      // Types, of optional keys too.
+      {replaced(minimal, R"("audience":"all")", R"("audience":1)"),
+       "[0].audience: expected a text, found a number"},
+      {minimalWith(R"("paused":0)"), "[0].paused: expected a boolean, found a number"},
+      {minimalWith(R"("priority":true)"), "[0].priority: expected an integer, found a boolean"},
+      {minimalWith(R"("priority":"1")"), "[0].priority: expected an integer, found a text"},
+      {minimalWith(R"("trigger":[])"), "[0].trigger: expected an object, found a list"},
+      {minimalWith(R"("extra_data":{"a":"b","c.d":null})"),
+       "[0].extra_data[\"c.d\"]: expected a text, found null"},
+      {minimalWith(R"("trigger":{"type":"on_in_app_trigger","attributes":)"
+                   R"([{"type":"number","key":"k","operator":"=","value":7}]})"),
+       "[0].trigger.attributes[0].value: expected a text, found a number"},
+      {nodeWith(R"("padding":[1,2,"3",4])"), "[0].content.padding[2]: expected a number, found a text"},
+      {R"({"id":"a"})", "$: expected a list, found an object"},
+      {R"([[]])", "[0]: expected an object, found a list"},
+      // Numbers that the type cannot hold.
+      {minimalWith(R"("priority":1.5)"), "[0].priority: the number is out of range or not an integer"},
+      {minimalWith(R"("priority":9223372036854775808)"),
+       "[0].priority: the number is out of range or not an integer"},
+      {nodeWith(R"("width":1e400)"), "[0].content.width: the number is out of range"},
+      // Texts of enumerations are exact.
+      {replaced(minimal, R"("all")", R"("All")"),
+       R"([0].audience: expected one of "all", "android", "ios", found "All")"},
+      {replaced(minimal, R"("viewType":"text")", R"("viewType":"spacer")"),
+       R"([0].content.viewType: expected one of "row", "column", "button", "text", "image", found "spacer")"},
+      {minimalWith(R"("trigger":{"type":"appOpen"})"),
+       R"([0].trigger.type: expected one of "on_app_open", "on_visited_screen", "on_performed_event", )"
+       R"("on_in_app_trigger", found "appOpen")"},
+      {replaced(minimal, R"("all")", '"' + std::string(65, 'x') + '"'),
+       R"([0].audience: expected one of "all", "android", "ios", found a longer text)"},
+  };
+  for (const Refused& each : cases) EXPECT_EQ(refusal(each.text), each.failure) << each.text;
+}
+
+TEST(CampaignDocument, OneFaultyCampaignLosesTheListAndTheFirstFaultIsTold) {
+  const std::string good(minimalCampaigns.substr(1, minimalCampaigns.size() - 2));
+  const std::string text =
+      "[" + good + "," + good + "," + replaced(replaced(good, "\"all\"", "1"), "\"dialog\"", "2") + "]";
+  EXPECT_EQ(refusal(text), "[2].audience: expected a text, found a number");
+  DecodingFailure every(DecodingFailure::Extent::allFaults);
+  EXPECT_FALSE(decodeCampaigns(text, every));
+  ASSERT_EQ(every.count(), 2u);
+  EXPECT_EQ(pathText(every.faults()[1].path), "[2].content_metadata.type");
+}
+
+TEST(CampaignDocument, WhatIsAbsentStaysAbsent) {
+  for (const char* name :
+       {"test", "paused", "priority", "extra_data", "trigger", "trigger_metadata", "frequency"}) {
+    EXPECT_EQ(refusal(minimalWith("\"" + std::string(name) + "\":null")), "decoded") << name;
+  }
+  const SornInAppCampaign campaign = decoded(minimalCampaigns);
+  EXPECT_FALSE(campaign.paused || campaign.priority || campaign.trigger || campaign.frequency);
+  EXPECT_FALSE(campaign.content.textData || campaign.content.width || campaign.content.isSafe);
+  EXPECT_TRUE(campaign.content_metadata.show_close_button);
+  EXPECT_FALSE(campaign.content_metadata.dismissable_on_tap);
+}
+
+TEST(CampaignDocument, WholeNumbersCountHoweverTheyAreWritten) {
+  const std::pair<const char*, std::int64_t> cases[] = {
+      {"2", 2}, {"2.0", 2}, {"1e3", 1000}, {"-0", 0}, {"-9223372036854775808", INT64_MIN}};
+  for (const auto& [text, expected] : cases) {
+    EXPECT_EQ(decoded(minimalWith("\"priority\":" + std::string(text))).priority, expected) << text;
+  }
+  EXPECT_EQ(decoded(nodeWith("\"width\":-1,\"height\":0.125")).content.width, -1.0);
+}
+
+TEST(CampaignDocument, OfMembersWithTheSameKeyTheFirstCounts) {
+  EXPECT_EQ(decoded(minimalWith(R"("priority":1,"priority":2)")).priority, 1);
+  EXPECT_EQ(decoded(minimalWith(R"("priority":null,"priority":2)")).priority, std::nullopt);
+  EXPECT_EQ(decoded(minimalWith(R"("priority":1,"priority":"not read")")).priority, 1);
+  EXPECT_EQ(decoded(minimalWith(R"("extra_data":{"k":"1","k":2})")).extra_data->at("k"), "1");
+  EXPECT_EQ(decoded(minimalWith(R"("\u0070riority":1)")).priority, 1);
+}
+
+TEST(CampaignDocument, EnumerationsWhoseTextsAreNotTheirNames) {
+  using Trigger = SornInAppCampaign::Trigger;
+  using Operator = Trigger::Attribute::Operator;
+  const std::pair<const char*, Trigger::TriggerType> triggers[] = {
+      {"on_app_open", Trigger::TriggerType::appOpen},
+      {"on_visited_screen", Trigger::TriggerType::screen},
+      {"on_performed_event", Trigger::TriggerType::event},
+      {"on_in_app_trigger", Trigger::TriggerType::inApp}};
+  for (const auto& [text, type] : triggers) {
+    EXPECT_EQ(decoded(minimalWith(R"("trigger":{"type":")" + std::string(text) + "\"}")).trigger->type, type);
+  }
+  const std::pair<const char*, Operator> operators[] = {
+      {">", Operator::greaterThan}, {">=", Operator::greaterThanOrEqual},
+      {"=", Operator::equal},       {"!=", Operator::notEqual},
+      {"<", Operator::lessThan},    {"<=", Operator::lessThanOrEqual}};
+  for (const auto& [text, operation] : operators) {
+    const std::string attribute =
+        R"({"type":"string","key":"k","operator":")" + std::string(text) + R"(","value":""})";
+    const auto campaign =
+        decoded(minimalWith(R"("trigger":{"type":"on_app_open","attributes":[)" + attribute + "]}"));
+    EXPECT_EQ(campaign.trigger->attributes->at(0).operation, operation) << text;
+  }
+  const auto node = decoded(nodeWith(R"("textData":{"text":"","softWrap":true,"fontFamily":"default"})"));
+  EXPECT_EQ(node.content.textData->fontFamily, FontFamily::default_);
+}
+
+TEST(CampaignDocument, EncodingGivesTheSameDocumentWithoutUnknownKeys) {
+  for (const char* name : {"every-key.json", "sheets.json", "welcome-dialog.json"}) {
+    const std::string text = example(name);
+    DecodingFailure failure;
+    const auto campaigns = decodeCampaigns(text, failure);
+    ASSERT_TRUE(campaigns) << failure.description();
+    for (const auto form : {support::Writer::Form::compact, support::Writer::Form::pretty}) {
+      const auto encoded = encodeCampaigns(*campaigns, form);
+      ASSERT_TRUE(encoded);
+      EXPECT_EQ(support::Document::parse(*encoded)->root().toValue(),
+                support::Document::parse(text)->root().toValue());
+    }
+  }
+  const SornInAppCampaign campaign = decoded(minimalWith(R"("unknown":[1],"trigger":null)"));
+  EXPECT_EQ(encodeCampaigns({campaign}), std::string(minimalCampaigns));
+}
+
+TEST(CampaignDocument, DecodedAgainOnlyTheIdsOfTheNodesDiffer) {
+  const std::string text = example("every-key.json");
+  SornInAppCampaign first = decoded(text);
+  SornInAppCampaign second = decoded(encodeCampaigns({first}).value());
+  EXPECT_NE(first, second);
+  EXPECT_EQ(SornInAppCampaign(first), first);
+  std::multiset<std::string> ids;
+  collectIds(first.content, ids);
+  collectIds(second.content, ids);
+  EXPECT_EQ(ids.size(), 10u);
+  EXPECT_EQ(std::set<std::string>(ids.begin(), ids.end()).size(), 10u);
+  EXPECT_EQ(ids.begin()->size(), 36u);
+  clearIds(first.content);
+  clearIds(second.content);
+  EXPECT_EQ(first, second);
+}
+
+TEST(CampaignDocument, HostileTextsAreOneFailure) {
+  const std::string digits(1'000'000, '9');
+  const auto nested = [](std::size_t levels) {
+    std::string text = "[";
+    for (std::size_t i = 0; i < levels; ++i) text += R"({"viewType":"row","children":[)";
+    for (std::size_t i = 0; i < levels; ++i) text += "]}";
+    return text + "]";
+  };
+  const std::pair<const char*, std::string> cases[] = {
+      {"nothing", ""},
+      {"open lists", std::string(100'000, '[')},
+      {"closed lists", std::string(100'000, '[') + std::string(100'000, ']')},
+      {"open objects", "[" + std::string(100'000, '{')},
+      {"nested nodes", nested(50'000)},
+      {"a long integer", minimalWith("\"priority\":" + digits)},
+      {"a long number", nodeWith("\"width\":" + digits + ".5")},
+      {"a long exponent", nodeWith("\"width\":1e" + digits)},
+      {"bytes that are no UTF-8", replaced(minimalCampaigns, "\"a\"", "\"\xFF\"")},
+      {"half a character", replaced(minimalCampaigns, "\"a\"", R"("\ud800")")},
+      {"UTF-8 cut at the end", "[\"\xC3"},
+  };
+  for (const auto& [name, text] : cases) {
+    DecodingFailure failure;
+    EXPECT_FALSE(decodeCampaigns(text, failure)) << name;
+    EXPECT_FALSE(failure.cause().empty()) << name;
+    EXPECT_EQ(failure.count(), 1u) << name;
+  }
+}
+
+TEST(CampaignDocument, NodesMayNestAsDeepAsTheReaderReads) {
+  // Two levels a node, and the list and the campaign above them: 2 + 2 * 255 = 512.
+  const auto deep = [](int nodes) {
+    std::string inner;
+    for (int i = 1; i < nodes; ++i) inner += R"({"viewType":"row","children":[)";
+    for (int i = 1; i < nodes; ++i) inner += "]}";
+    return replaced(minimalCampaigns, "\"children\":[]", "\"children\":[" + inner + "]");
+  };
+  const SornInAppCampaign campaign = decoded(deep(255));
+  EXPECT_EQ(encodeCampaigns({campaign}).value_or("").size(), deep(255).size());
+  EXPECT_NE(refusal(deep(256)), "decoded");
+}
+
+TEST(CampaignDocument, ATextThatIsCutIsNeverDecoded) {
+  const std::string text = example("every-key.json");
+  const std::size_t end = text.find_last_of(']');
+  for (std::size_t length = 0; length <= end; ++length) {
+    DecodingFailure failure;
+    ASSERT_FALSE(decodeCampaigns(std::string_view(text).substr(0, length), failure)) << length;
+  }
+}
+
+}  // namespace
+}  // namespace sorn::documents
