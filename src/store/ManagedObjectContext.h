@@ -122,7 +122,8 @@ class ManagedObjectContext {
     });
     return records;
   }
-  std::vector<Ref<ManagedObject>> fetchObjects(const EntityDescription& entity, const Predicate& predicate = {}) {
+  std::vector<Ref<ManagedObject>> fetchObjects(const EntityDescription& entity,
+                                               const Predicate& predicate = {}) {
     std::vector<Ref<ManagedObject>> objects;
     visit(entity, predicate, [&](Ref<ManagedObject> object) { objects.push_back(std::move(object)); });
     return objects;

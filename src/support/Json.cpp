@@ -19,8 +19,8 @@ const simdjson::implementation* neverReleased() {
   return new Implementation;
 }
 
-// The library's implementations are static objects with destructors. Threads of ours may still be reading JSON
-// while the process ends, so from the first use on it works with one that nobody destroys.
+// The library's implementations are static objects with destructors. Threads of ours may still be reading
+// JSON while the process ends, so from the first use on it works with one that nobody destroys.
 void keepImplementation() {
   static const bool isKept = [] {
     auto& active = simdjson::get_active_implementation();
@@ -47,7 +47,6 @@ void keepImplementation() {
   }();
   static_cast<void>(isKept);
 }
-
 
 constexpr double twoToThe63 = 9223372036854775808.0;
 

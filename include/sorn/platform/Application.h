@@ -19,8 +19,8 @@ class Application {
   // 0 unknown, 1 taller than wide, 3 wider than tall. Any thread.
   virtual int orientation() const = 0;
 
-  // Asks for time to finish work although the application left the foreground. The handler runs when that time
-  // is over, on any thread. Any thread.
+  // Asks for time to finish work although the application left the foreground. The handler runs when that
+  // time is over, on any thread. Any thread.
   virtual BackgroundTask beginBackgroundTask(std::string_view name, std::function<void()> expired) = 0;
   virtual void endBackgroundTask(BackgroundTask task) = 0;
 };

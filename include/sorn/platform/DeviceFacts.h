@@ -37,8 +37,8 @@ class DeviceFacts {
   virtual bool isAdvertisingTrackingEnabled() const { return false; }
   virtual std::optional<std::string> advertisingIdentifier() const { return std::nullopt; }
 
-  // Raw authorization of the location service: 1 restricted, 2 denied, 3 always, 4 when in use; absent without
-  // a location service.
+  // Raw authorization of the location service: 1 restricted, 2 denied, 3 always, 4 when in use; absent
+  // without a location service.
   virtual std::optional<int> locationAuthorization() const { return std::nullopt; }
 };
 

@@ -5,7 +5,8 @@
 
 namespace sorn::platform {
 
-// Where the application's files belong. Directories need not exist yet; whoever writes makes them. Any thread.
+// Where the application's files belong. Directories need not exist yet; whoever writes makes them. Any
+// thread.
 class Directories {
  public:
   virtual ~Directories() = default;

@@ -22,8 +22,8 @@ struct HeadlessOptions {
   std::optional<std::filesystem::path> dataDirectory;
 };
 
-// The headless ports: files, libcurl, the machine's clocks and facts, and a main queue on a thread of its own.
-// Touches no file and begins no thread. A host replaces what it does differently, and installs the rest.
+// The headless ports: files, libcurl, the machine's clocks and facts, and a main queue on a thread of its
+// own. Touches no file and begins no thread. A host replaces what it does differently, and installs the rest.
 SORN_EXPORT Platform headless(const HeadlessOptions& options);
 
 }  // namespace sorn::platform

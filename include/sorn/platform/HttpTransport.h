@@ -31,8 +31,8 @@ struct HttpRequest {
   HttpBody body;
   // Longest time without a single byte received or sent. A slow but steady answer never runs into it.
   std::chrono::duration<double> idleTimeout{60.0};
-  // A request that carries a signature stays with its origin (scheme, host, port): a redirect elsewhere is then
-  // the answer itself, with its 3xx status.
+  // A request that carries a signature stays with its origin (scheme, host, port): a redirect elsewhere is
+  // then the answer itself, with its 3xx status.
   bool staysOnOrigin = false;
 };
 
