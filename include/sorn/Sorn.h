@@ -92,7 +92,7 @@ class SORN_EXPORT Sorn {
   // each, joined by points. Returns before the event is stored.
   //
   // Throws `featureNotEnabled`, `invalidScreenName`, and for a fault of `data` the exact reason:
-  // `emptyExtraKey`, `invalidExtraKey` or `invalidExtraValue`.
+  // `invalidExtraKey` (an empty key as well) or `invalidExtraValue`.
   void logScreenWithName(const std::string& name, const std::optional<Dictionary>& data = std::nullopt);
 
   // The application's state, for hosts without an adapter that reports it. Call them from the main thread,
