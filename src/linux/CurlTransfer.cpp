@@ -106,6 +106,8 @@ std::optional<int> CurlTransfer::prepareTarget() {
   auto origin = originOf(request_.url);
   if (const int* code = std::get_if<int>(&origin)) return *code;
   origin_ = std::get<UrlOrigin>(std::move(origin));
+  // Reserved never to exist (RFC 6761): no name server needs to be asked.
+  if (origin_.host.ends_with(".invalid")) return TransportError::cannotFindHost;
   if (!prepareHeaders()) return TransportError::badUrl;
   curl_easy_setopt(handle_, CURLOPT_URL, request_.url.c_str());
   // A proxy that the environment names can't reach this machine's own servers.

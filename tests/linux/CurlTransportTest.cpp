@@ -101,7 +101,7 @@ TEST(CurlTransport, ReachesThisMachinePastAProxy) {
   HttpClient client;
   ::setenv("http_proxy", "http://127.0.0.1:1", 1);
   EXPECT_EQ(client.answerOf(HttpClient::get(server.url("/"))).status, 200);
-  EXPECT_EQ(client.errorOf(HttpClient::get("http://example.invalid/")), TransportError::cannotConnect);
+  EXPECT_EQ(client.errorOf(HttpClient::get("http://192.0.2.1/")), TransportError::cannotConnect);
   ::unsetenv("http_proxy");
 }
 
