@@ -9,6 +9,7 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 option(SORN_BENCHMARKS "Build the benchmarks" OFF)
 option(SORN_FUZZ "Build the fuzz targets (needs clang)" OFF)
+option(SORN_LTO "Optimise the shared library of a release build when it is linked (g++)" ON)
 set(SORN_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined")
 
 # What a deployment fixes; the reserved names stand until somebody sets them.

@@ -66,21 +66,34 @@ std::unique_ptr<Tasks::Timer> Tasks::every(Seconds interval, Work work) {
   return timer;
 }
 
-void Tasks::send(platform::HttpRequest request, platform::HttpTransport::Completion completion) {
+Tasks::RequestId Tasks::send(platform::HttpRequest request, platform::HttpTransport::Completion completion) {
+  RequestId id = 0;
   {
     const std::lock_guard lock(mutex_);
     ++requestsUnderWay_;
+    id = ++lastRequest_;
   }
   // A function object must be copyable, and a request may carry a very large body: share it.
   auto shared = std::make_shared<platform::HttpRequest>(std::move(request));
-  post([this, shared, completion = std::move(completion)] { sendNow(std::move(*shared), completion); });
+  post([this, id, shared, completion = std::move(completion)] {
+    sendNow(id, std::move(*shared), completion);
+  });
+  return id;
 }
 
-void Tasks::sendNow(platform::HttpRequest request, platform::HttpTransport::Completion completion) {
-  const std::uint64_t key = ++lastRequest_;
-  requests_[key] = transport_->send(std::move(request), [this, key, completion = std::move(completion)](
-                                                            platform::HttpTransport::Result result) {
-    requests_.erase(key);
+// Posted behind the sending, so the request is known by then or has ended.
+void Tasks::cancel(RequestId request) {
+  post([this, request] {
+    if (const auto found = requests_.find(request); found != requests_.end())
+      transport_->cancel(found->second);
+  });
+}
+
+void Tasks::sendNow(RequestId id, platform::HttpRequest request,
+                    platform::HttpTransport::Completion completion) {
+  requests_[id] = transport_->send(std::move(request), [this, id, completion = std::move(completion)](
+                                                           platform::HttpTransport::Result result) {
+    requests_.erase(id);
     completion(std::move(result));
     const std::lock_guard lock(mutex_);
     --requestsUnderWay_;

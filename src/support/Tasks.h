@@ -53,7 +53,10 @@ class Tasks {
   // Runs the work on the task thread every `interval`, first after one interval. Any thread.
   std::unique_ptr<Timer> every(Seconds interval, Work work);
   // Sends the request; the completion runs on the task thread. Any thread.
-  void send(platform::HttpRequest request, platform::HttpTransport::Completion completion);
+  using RequestId = std::uint64_t;
+  RequestId send(platform::HttpRequest request, platform::HttpTransport::Completion completion);
+  // Ends the request with `TransportError::cancelled`; nothing happens when it has ended. Any thread.
+  void cancel(RequestId request);
 
   bool isCurrent() const { return std::this_thread::get_id() == threadId_.load(std::memory_order_relaxed); }
 
@@ -80,7 +83,7 @@ class Tasks {
   Seconds longestWait() const;
   bool isIdleLocked();
   void wake();
-  void sendNow(platform::HttpRequest request, platform::HttpTransport::Completion completion);
+  void sendNow(RequestId id, platform::HttpRequest request, platform::HttpTransport::Completion completion);
 
   const std::shared_ptr<platform::Clock> clock_;
   const std::shared_ptr<platform::HttpTransport> transport_;
@@ -94,8 +97,8 @@ class Tasks {
   bool isRunningWork_ = false;
   bool ending_ = false;
   bool ended_ = false;  // the thread is gone, so nothing queued will run
-  std::map<std::uint64_t, platform::HttpTransport::RequestId> requests_;  // task thread alone
-  std::uint64_t lastRequest_ = 0;                                         // task thread alone
+  RequestId lastRequest_ = 0;
+  std::map<RequestId, platform::HttpTransport::RequestId> requests_;  // task thread alone
   std::atomic<std::thread::id> threadId_{};
   std::thread thread_;
 };

@@ -13,8 +13,9 @@
 #include <vector>
 
 #include "campaigns/Triggers.h"
+#include "sorn-campaign/CampaignFile.h"
+#include "sorn-campaign/Options.h"
 #include "sorn-campaign/Subcommand.h"
-#include "support/BoundedFile.h"
 #include "support/Json.h"
 #include "support/JsonWriter.h"
 
@@ -26,8 +27,6 @@ using campaigns::Outcome;
 using documents::Campaigns;
 using documents::SornInAppCampaign;
 
-constexpr std::size_t longestFile = std::size_t{64} << 20;
-
 // How often a campaign was presented, and when last; moments in seconds since 1970.
 struct Counters {
   std::optional<double> last;
@@ -37,17 +36,14 @@ struct Counters {
 struct Question {
   std::string file;
   campaigns::Occasion occasion;
-  bool hasOccasion = false;
+  bool hasEvent = false;
+  bool hasTrigger = false;
+  bool hasInfo = false;
   double now = std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
   std::optional<double> last;
   std::map<std::string, Counters, std::less<>> counters;
   std::optional<std::int64_t> settings;
 };
-
-int refuse(const std::string& reason) {
-  std::fprintf(stderr, "sorn-campaign: %s\n", reason.c_str());
-  return badUsage;
-}
 
 template <class Number>
 bool readNumber(std::string_view text, Number& number) {
@@ -79,17 +75,15 @@ bool readState(std::string_view json, Question& question) {
   return campaigns->isObject();
 }
 
-// Reads one option with its value; the reason why not, or nothing.
-std::optional<std::string> readOption(std::string_view option, std::string_view value, Question& question) {
+Taken readOption(std::string_view option, std::string_view value, Question& question) {
   bool isRead = false;
   if (option == "--event") {
     question.occasion.action = value;
-    isRead = question.hasOccasion = true;
+    question.hasEvent = isRead = true;
   } else if (option == "--trigger") {
-    question.hasOccasion = true;
-    isRead = readTexts(value, question.occasion);
+    question.hasTrigger = isRead = readTexts(value, question.occasion);
   } else if (option == "--info") {
-    isRead = readTexts(value, question.occasion);
+    question.hasInfo = isRead = readTexts(value, question.occasion);
   } else if (option == "--now") {
     isRead = readNumber(value, question.now);
   } else if (option == "--state") {
@@ -97,32 +91,16 @@ std::optional<std::string> readOption(std::string_view option, std::string_view 
   } else if (option == "--settings") {
     isRead = readNumber(value, question.settings.emplace());
   } else {
-    return "unknown option " + std::string(option);
+    return Taken::unknown;
   }
-  if (isRead) return std::nullopt;
-  return "no value for " + std::string(option) + ": " + std::string(value);
+  return isRead ? Taken::withValue : Taken::refused;
 }
 
 std::optional<std::string> readArguments(Arguments arguments, Question& question) {
-  bool hasEvent = false;
-  bool hasTrigger = false;
-  bool hasInfo = false;
-  for (std::size_t at = 0; at < arguments.size(); ++at) {
-    const std::string_view word = arguments[at];
-    if (!word.starts_with("--")) {
-      if (!question.file.empty()) return "one file, please";
-      question.file = word;
-      continue;
-    }
-    if (at + 1 == arguments.size()) return std::string(word) + " needs a value";
-    hasEvent = hasEvent || word == "--event";
-    hasTrigger = hasTrigger || word == "--trigger";
-    hasInfo = hasInfo || word == "--info";
-    if (const auto reason = readOption(word, arguments[++at], question)) return reason;
-  }
-  if (question.file.empty()) return "no file is named";
-  if (hasEvent == hasTrigger) return "either --event or --trigger is wanted";
-  if (hasInfo && hasTrigger) return "--info goes with --event";
+  const auto handler = [&](auto option, auto value) { return readOption(option, value, question); };
+  if (auto reason = readOptions(arguments, question.file, handler)) return reason;
+  if (question.hasEvent == question.hasTrigger) return "either --event or --trigger is wanted";
+  if (question.hasInfo && question.hasTrigger) return "--info goes with --event";
   return std::nullopt;
 }
 
@@ -179,18 +157,8 @@ void print(const Campaigns& campaigns, const std::vector<Outcome>& outcomes) {
 int runExplain(Arguments arguments) {
   Question question;
   if (const auto reason = readArguments(arguments, question)) return refuse(*reason);
-  std::error_code error;
-  const std::string text = support::readBounded(question.file, longestFile, error);
-  if (error) {
-    std::fprintf(stderr, "sorn-campaign: %s: %s\n", question.file.c_str(), error.message().c_str());
-    return failed;
-  }
-  documents::DecodingFailure failure;
-  const auto campaigns = documents::decodeCampaigns(text, failure);
-  if (!campaigns) {
-    std::fprintf(stderr, "sorn-campaign: %s: %s\n", question.file.c_str(), failure.description().c_str());
-    return failed;
-  }
+  const auto campaigns = readCampaigns(question.file);
+  if (!campaigns) return failed;
   print(*campaigns, outcomesOf(*campaigns, question));
   return done;
 }

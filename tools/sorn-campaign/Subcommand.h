@@ -22,5 +22,7 @@ struct Subcommand {
 int runValidate(Arguments arguments);
 int runExplain(Arguments arguments);
 int runSchema(Arguments arguments);
+int runLayout(Arguments arguments);
+int runRender(Arguments arguments);
 
 }  // namespace sorn::campaign

@@ -16,6 +16,11 @@ constexpr Subcommand subcommands[] = {
      "FILE (--event ACTION [--info JSON] | --trigger JSON) [--now S] [--state JSON] [--settings N]",
      sorn::campaign::runExplain},
     {"schema", "", sorn::campaign::runSchema},
+#ifdef SORN_HAS_DRAWING
+    {"layout", "FILE [--id ID] --size WxH [--metric fixed:10x20] [--image WxH]", sorn::campaign::runLayout},
+    {"render", "FILE --out PNG [--id ID] [--size WxH] [--scale N] [--font FAMILY] [--watch]",
+     sorn::campaign::runRender},
+#endif
 };
 
 void printUsage(std::FILE* out) {

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "layout/Geometry.h"
+
+// Where the lines of a text break, as arithmetic on what was shaped once: answers at any number of widths
+// cost no further shaping, and a word of a million letters costs no more than a million letters. (Pango's own
+// breaking shapes the rest of a word anew for every line that it gives.)
+namespace sorn::draw {
+
+// What is shown as one: a letter with its marks, a ligature, an emoji.
+struct Cluster {
+  std::size_t start = 0;  // byte
+  double advance = 0;     // points
+  double ascent = 0;
+  double descent = 0;
+  bool beginsWord = false;       // a line may begin here
+  bool beginsCharacter = false;  // a line may begin here if nothing else helps
+  bool isBlank = false;
+};
+
+// The text between two explicit line ends.
+struct Paragraph {
+  std::size_t start = 0;  // byte
+  std::size_t end = 0;
+  std::size_t firstCluster = 0;
+  std::size_t endCluster = 0;
+  double ascent = 0;  // of a line without letters
+  double descent = 0;
+  bool isRightToLeft = false;
+};
+
+struct ShapedText {
+  std::string text;
+  std::vector<Cluster> clusters;
+  std::vector<Paragraph> paragraphs;
+};
+
+struct TextLine {
+  std::size_t paragraph = 0;
+  std::size_t firstCluster = 0;
+  std::size_t start = 0;  // bytes
+  std::size_t end = 0;    // without the blanks at a wrap
+  double width = 0;
+  double ascent = 0;
+  double height = 0;
+};
+
+// How much of a text is shown; at least one line.
+struct LineBounds {
+  std::size_t count = static_cast<std::size_t>(-1);
+  double height = 0;  // infinity: no bound
+};
+
+struct Lines {
+  std::vector<TextLine> lines;
+  bool isWhole = true;  // false: there is more behind the last line
+};
+
+// Breaks at words; a word longer than the line between characters. Blanks at a wrap hang over and count for
+// nothing.
+Lines breakLines(const ShapedText& shaped, double width, const LineBounds& bounds);
+
+// The text of some clusters as one line: line ends are blanks.
+std::string joinedText(const ShapedText& shaped, std::size_t firstCluster, std::size_t endCluster);
+
+}  // namespace sorn::draw

@@ -1,0 +1,132 @@
+#include <gtest/gtest.h>
+
+#include "layout/Commands.h"
+#include "layout/SornViewWrapper.h"
+#include "layout/Views.h"
+
+namespace sorn::layout::testing {
+namespace {
+
+using documents::RootType;
+using documents::SornInAppCampaign;
+using Kind = HitTarget::Kind;
+
+SornInAppCampaign campaign(RootType type, SornView content) {
+  SornInAppCampaign document;
+  document.content = std::move(content);
+  document.content_metadata = {type, "#00000080", true, true};
+  return document;
+}
+
+SornView colored(SornView node, std::string color) {
+  node.background = documents::Background{documents::BackgroundType::color, std::move(color), {}, {}};
+  return node;
+}
+
+class Wrapper : public ::testing::Test {
+ protected:
+  std::string commands(const SornInAppCampaign& document, Size surface, const Insets& safeArea = {}) {
+    wrapper_ = std::make_unique<SornViewWrapper>(document, metric_);
+    wrapper_->layOut(surface, safeArea);
+    list_ = wrapper_->displayList();
+    return CommandText::of(list_);
+  }
+
+  campaign::FixedMetric metric_{10, 20};
+  std::unique_ptr<SornViewWrapper> wrapper_;
+  DisplayList list_;
+};
+
+TEST_F(Wrapper, ADialogLiesInTheMiddleWithTheCloseButtonOverItsCorner) {
+  SornView title = text("hello world again");
+  title.width = -1;
+  title.textData->textAlign = documents::TextAlign::center;
+  SornView hero = image();
+  hero.width = -1;
+  hero.aspectRatio = 2;
+  EXPECT_EQ(commands(campaign(RootType::dialog, column({title, hero})), {376, 800}),
+            "fill 0 0 376 800 #0008\n"
+            "text 103 310 170 20 hello world again\n"
+            "image 0 28 330 320 160 fit\n"
+            "shadow 332 294 32 32 corners 16 16 16 16\n"
+            "fill 332 294 32 32 corners 16 16 16 16 #ffff\n"
+            "line 352.75,305.25 to 343.25,314.75\n"
+            "line 343.25,305.25 to 352.75,314.75\n");
+  EXPECT_EQ(list_.hits.at({10, 10})->kind, Kind::outside);
+  EXPECT_EQ(list_.hits.at({100, 320})->kind, Kind::content);
+  EXPECT_EQ(list_.hits.at({345, 320})->kind, Kind::closeButton);
+}
+
+TEST_F(Wrapper, AFullScreenCampaignKeepsItsContentOffTheCoveredEdges) {
+  SornView root = colored(text("ab"), "F00");
+  root.isSpacer = true;
+  EXPECT_EQ(commands(campaign(RootType::fullscreen, root), {300, 400}, {0, 30, 0, 20}),
+            "fill 0 0 300 400 #ffff\n"
+            "fill 0 0 300 400 #f00f\n"
+            "text 0 195 20 20 ab\n"
+            "shadow 252 30 32 32 corners 16 16 16 16\n"
+            "fill 252 30 32 32 corners 16 16 16 16 #ffff\n"
+            "line 272.75,41.25 to 263.25,50.75\n"
+            "line 263.25,41.25 to 272.75,50.75\n");
+  EXPECT_EQ(list_.hits.at({10, 10})->kind, Kind::content);
+}
+
+TEST_F(Wrapper, ASheetIsAsHighAsItsContentWithRoomForThePullBar) {
+  SornView root = colored(fixed(300, 100), "F00");
+  EXPECT_EQ(commands(campaign(RootType::bottom, root), {300, 600}),
+            "fill 0 0 300 600 #0008\n"
+            "clip 0 416 300 184 corners 16 16 0 0\n"  // 36 for the bar, 32 + 100 + 16
+            "fill 0 416 300 184 #ffff\n"
+            "fill 0 416 300 184 #f00f\n"
+            "fill 0 484 300 100 #f00f\n"
+            "fill 120 432 60 4 corners 2 2 2 2 #7783\n"
+            "end clip\n");
+  root.cornerRadius = {4, 24, 8};
+  EXPECT_EQ(commands(campaign(RootType::top, root), {300, 600}),
+            "fill 0 0 300 600 #0008\n"
+            "clip 0 0 300 148 corners 0 0 24 24\n"
+            "fill 0 0 300 148 #ffff\n"
+            "fill 0 0 300 148 #f00f\n"
+            "clip 0 16 300 100 corners 4 24 8 0\n"
+            "fill 0 16 300 100 #f00f\n"
+            "end clip\n"
+            "fill 120 132 60 4 corners 2 2 2 2 #7783\n"
+            "end clip\n");
+  EXPECT_EQ(list_.hits.at({150, 200})->kind, Kind::outside);
+  EXPECT_EQ(list_.hits.at({150, 140})->kind, Kind::content);
+}
+
+TEST_F(Wrapper, ASheetStaysWithinTheSafeArea) {
+  const Insets insets{0, 40, 0, 20};
+  using Mode = SornSheetConfiguration::Mode;
+  EXPECT_EQ(sheetFrame(Mode::bottom, 2000, {300, 600}, insets), (Rect{0, 60, 300, 540}));
+  EXPECT_EQ(sheetFrame(Mode::bottom, 0, {300, 600}, insets), (Rect{0, 60, 300, 540}));
+  EXPECT_EQ(sheetFrame(Mode::top, 540, {300, 600}, insets), (Rect{0, 0, 300, 580}));
+  EXPECT_EQ(sheetFrame(Mode::top, 100, {300, 600}, insets), (Rect{0, 0, 300, 140}));
+  commands(campaign(RootType::bottom, fixed(300, 5000)), {300, 600}, insets);
+  EXPECT_EQ(wrapper_->hostFrame(), (Rect{0, 60, 300, 540}));
+  commands(campaign(RootType::top, fixed(300, 100)), {300, 600}, insets);
+  EXPECT_EQ(wrapper_->hostFrame(), (Rect{0, 0, 300, 188}));
+  EXPECT_EQ(wrapper_->nodes()[0].box->frame(), (Rect{0, 56, 300, 100}));
+}
+
+TEST_F(Wrapper, OnlyFullScreenAndDialogHaveACloseButtonAndOnlyWhenAsked) {
+  for (const RootType type : {RootType::fullscreen, RootType::dialog, RootType::top, RootType::bottom}) {
+    SornInAppCampaign document = campaign(type, fixed(100, 100));
+    const bool isSheet = type == RootType::top || type == RootType::bottom;
+    EXPECT_EQ(commands(document, {300, 600}).find("line") == std::string::npos, isSheet);
+    document.content_metadata.show_close_button = false;
+    EXPECT_EQ(commands(document, {300, 600}).find("line"), std::string::npos);
+  }
+}
+
+TEST_F(Wrapper, APictureThatComesMakesASheetGrow) {
+  commands(campaign(RootType::bottom, image()), {300, 600});
+  EXPECT_EQ(wrapper_->hostFrame().height, 84);
+  EXPECT_TRUE(wrapper_->setImageSize(0, {300, 200}));
+  EXPECT_EQ(wrapper_->hostFrame().height, 284);
+  EXPECT_EQ(wrapper_->nodes()[0].box->frame(), (Rect{0, 384, 300, 200}));
+}
+
+}  // namespace
+}  // namespace sorn::layout::testing

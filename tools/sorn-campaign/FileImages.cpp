@@ -1,0 +1,44 @@
+#include "sorn-campaign/FileImages.h"
+
+#include <atomic>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "support/BoundedFile.h"
+#include "support/Url.h"
+
+namespace sorn::campaign {
+
+namespace {
+
+constexpr std::size_t longestPicture = std::size_t{64} << 20;
+
+class Reading final : public layout::ImageSource::Fetch {
+ public:
+  explicit Reading(std::shared_ptr<std::atomic<bool>> isWanted) : isWanted_(std::move(isWanted)) {}
+  ~Reading() override { *isWanted_ = false; }
+
+ private:
+  std::shared_ptr<std::atomic<bool>> isWanted_;
+};
+
+std::optional<std::string> bytesOf(const std::string& path) {
+  std::error_code error;
+  std::string bytes = support::readBounded(path, longestPicture, error);
+  return error ? std::nullopt : std::optional(std::move(bytes));
+}
+
+}  // namespace
+
+std::unique_ptr<layout::ImageSource::Fetch> FileImages::fetch(const std::string& url, Completion completion) {
+  const auto address = support::Url::parse(url);
+  if (!address || address->scheme() != "file") return others_.fetch(url, std::move(completion));
+  auto isWanted = std::make_shared<std::atomic<bool>>(true);
+  reading_.performBlock([isWanted, path = address->path(), completion = std::move(completion)] {
+    if (isWanted->exchange(false)) completion(bytesOf(path));
+  });
+  return std::make_unique<Reading>(std::move(isWanted));
+}
+
+}  // namespace sorn::campaign

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "layout/ImageSource.h"
+#include "support/SerialQueue.h"
+
+namespace sorn::campaign {
+
+// Pictures of files on this machine, by "file:" addresses, so that a campaign can be tried before its
+// pictures are published. All other addresses go on to another source.
+class FileImages final : public layout::ImageSource {
+ public:
+  explicit FileImages(layout::ImageSource& others) : others_(others) {}
+
+  std::unique_ptr<Fetch> fetch(const std::string& url, Completion completion) override;
+
+ private:
+  layout::ImageSource& others_;
+  support::SerialQueue reading_;
+};
+
+}  // namespace sorn::campaign
