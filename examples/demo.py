@@ -92,8 +92,7 @@ class Host:
 
     def presented(self):
         """The campaigns that have been presented since the last call, once all that was begun has ended."""
-        for _ in range(3):  # what one turn hands to another thread, the next one waits for
-            self.send("advance 0")
+        self.send("advance 0")
         campaigns = [notice["campaign"] for notice in self.notices if notice["notice"] == "presented"]
         self.notices.clear()
         return campaigns
