@@ -11,7 +11,7 @@ test_packages=(
   libgtest-dev libgmock-dev openssl sqlite3 gzip
   clang-16 clang-format-16 clang-tidy-16 libclang-rt-16-dev
 )
-bench_packages=(libbenchmark-dev)
+bench_packages=(libbenchmark-dev libwebkitgtk-6.0-dev xvfb xauth dbus)
 
 # require_packages PACKAGE...: installs what is missing, as root or through sudo, or says what to install.
 require_packages() {

@@ -1,0 +1,147 @@
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <cairo.h>
+#include <gtest/gtest.h>
+
+#include "draw/Picture.h"
+#include "draw/Pixels.h"
+#include "fakes/ChildProcess.h"
+#include "linux/ScriptedServer.h"
+#include "linux/TemporaryFolder.h"
+
+// `layout` and `render`, run as a user runs them.
+
+namespace sorn::campaign {
+namespace {
+
+std::string document(const std::string& content, const std::string& type = "dialog") {
+  return R"([{"id":"a","version":{"android":1,"ios":1},"audience":"all","content":)" + content +
+         R"(,"content_metadata":{"type":")" + type +
+         R"(","background_color":"#00000080","show_close_button":false,"dismissable_on_tap":true}}])";
+}
+
+std::string image(const std::string& url) {
+  return R"({"viewType":"image","imageData":{"url":")" + url +
+         R"(","contentMode":"crop"},"width":-1,"height":40,"children":[]})";
+}
+
+std::string colored(const std::string& color) {
+  return R"({"viewType":"column","background":{"backgroundType":"color","color":")" + color +
+         R"("},"width":-1,"height":40,"children":[]})";
+}
+
+class Render : public ::testing::Test {
+ protected:
+  // The tool's exit status; its output and errors lie in files.
+  int tool(const std::string& arguments) const {
+    const std::string line =
+        "cd '" + folder_.path().string() + "' && " SORN_CAMPAIGN_TOOL " " + arguments + " >output 2>errors";
+    const int status = std::system(line.c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+  std::string output() const { return folder_.read("output"); }
+  std::string errors() const { return folder_.read("errors"); }
+
+  // The pixel as 0xAARRGGBB, and 0 where there is none.
+  std::uint32_t pixel(const std::string& name, int x, int y) const {
+    const auto picture = draw::decodePicture(folder_.read(name));
+    if (!picture || x >= picture->pixelWidth() || y >= picture->pixelHeight()) return 0;
+    const auto* rows = cairo_image_surface_get_data(picture->surface());
+    const auto* row =
+        rows + static_cast<std::ptrdiff_t>(y) * cairo_image_surface_get_stride(picture->surface());
+    return reinterpret_cast<const std::uint32_t*>(row)[x] | 0xFF000000;
+  }
+  static std::string greenPicture(const testing::TemporaryFolder& folder) {
+    draw::writePng({2, 2, {0xFF00FF00, 0xFF00FF00, 0xFF00FF00, 0xFF00FF00}}, (folder / "green.png").string());
+    return folder.read("green.png");
+  }
+
+  const testing::TemporaryFolder folder_;
+};
+
+TEST_F(Render, LayoutTellsEachNodesFrame) {
+  folder_.write("a.json",
+                document(R"({"viewType":"column","padding":[1,2,3,4],"children":[)"
+                         R"({"viewType":"text","textData":{"text":"ab cd","softWrap":true},"children":[]},)"
+                         R"({"viewType":"image","children":[]},)"
+                         R"({"viewType":"image","imageData":{"url":"a"},"children":[]}]})"));
+  ASSERT_EQ(tool("layout a.json --size 100x201 --metric fixed:10x20.5 --image 30x40"), 0) << errors();
+  EXPECT_EQ(output(),
+            "[{\"path\":\"content\",\"x\":1,\"y\":2,\"width\":96,\"height\":195},"
+            "{\"path\":\"content.children[0]\",\"x\":1,\"y\":2,\"width\":50,\"height\":21},"
+            "{\"path\":\"content.children[2]\",\"x\":1,\"y\":23,\"width\":96,\"height\":174}]\n");
+}
+
+TEST_F(Render, APictureHasTheSizeAndTheColoursOfTheCampaign) {
+  folder_.write("a.json", document(colored("#FF0000")));
+  ASSERT_EQ(tool("render a.json --out a.png --size 200x100 --scale 2"), 0) << errors();
+  EXPECT_EQ(pixel("a.png", 200, 100), 0xFFFF0000);
+  EXPECT_EQ(pixel("a.png", 399, 199), 0xFF7F7F7F);  // the backdrop over white
+  EXPECT_EQ(pixel("a.png", 400, 100), 0U);
+  EXPECT_EQ(pixel("a.png", 200, 200), 0U);
+}
+
+TEST_F(Render, PicturesComeFromTheNetworkAndFromFiles) {
+  const std::string bytes = greenPicture(folder_);
+  testing::ScriptedServer server([&](const testing::Request& request, testing::Connection& connection) {
+    // The status is not looked at.
+    connection.answer(request.target == "/green.png" ? "404 Not Found" : "200 OK",
+                      request.target == "/green.png" ? bytes : "<html></html>");
+  });
+  const std::pair<std::string, bool> cases[] = {
+      {server.url("/green.png"), true},
+      {"file://" + (folder_ / "green.png").string(), true},
+      {server.url("/page.html"), false},
+      {"file:///nothing/there.png", false},
+      {"no address", false},
+  };
+  for (const auto& [url, isShown] : cases) {
+    folder_.write("a.json", document(image(url)));
+    ASSERT_EQ(tool("render a.json --out a.png --size 200x100"), 0) << errors();
+    EXPECT_EQ(pixel("a.png", 100, 50) == 0xFF00FF00, isShown) << url;
+  }
+}
+
+TEST_F(Render, BadInputIsToldAndLeavesNoPicture) {
+  folder_.write("a.json", document(colored("#FF0000")));
+  folder_.write("bad.json", "[{}]");
+  const std::pair<const char*, int> cases[] = {
+      {"render a.json", 2},
+      {"render a.json --out a.png --size 200", 2},
+      {"render a.json --out a.png --size 200x-1", 2},
+      {"render a.json --out a.png --scale 0", 2},
+      {"render a.json --out", 2},
+      {"render a.json b.json --out a.png", 2},
+      {"render a.json --out a.png --colour red", 2},
+      {"layout a.json", 2},
+      {"layout a.json --size 10x10 --metric fixed:0x20", 2},
+      {"render bad.json --out a.png", 1},
+      {"render absent.json --out a.png", 1},
+      {"render a.json --id b --out a.png", 1},
+      {"render a.json --out a.png --size 0x0", 1},
+      {"render a.json --out no/such/folder.png", 1},
+  };
+  for (const auto& [arguments, status] : cases) {
+    EXPECT_EQ(tool(arguments), status) << arguments;
+    EXPECT_TRUE(errors().starts_with("sorn-campaign: ")) << errors();
+  }
+  EXPECT_EQ(folder_.read("a.png"), "");
+}
+
+TEST_F(Render, WatchingDrawsAgainWhenTheFileChanges) {
+  const auto file = folder_.write("a.json", document(colored("#FF0000")));
+  const std::string out = (folder_ / "a.png").string();
+  tests::ChildProcess watching(
+      {SORN_CAMPAIGN_TOOL, "render", file.string(), "--out", out, "--size", "200x100", "--watch"});
+  ASSERT_EQ(watching.readLine(), out);
+  EXPECT_EQ(pixel("a.png", 100, 50), 0xFFFF0000);
+  folder_.write("a.json", "[ a half written file");
+  folder_.write("a.json", document(colored("#0000FFFF")));
+  ASSERT_EQ(watching.readLine(), out);
+  EXPECT_EQ(pixel("a.png", 100, 50), 0xFF0000FF);
+}
+
+}  // namespace
+}  // namespace sorn::campaign
