@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "documents/Description.h"
+#include "documents/OptionalBox.h"
 #include "support/JsonWriter.h"
 
 // A JSON Schema (draft 2020-12) from the tables of records, so that editors accept exactly what the decoder
@@ -74,6 +75,10 @@ class SchemaWriter {
   }
   template <class T>
   void form(Form<std::optional<T>>) {
+    form(Form<T>{}, true);
+  }
+  template <class T>
+  void form(Form<OptionalBox<T>>) {
     form(Form<T>{}, true);
   }
   template <class T>

@@ -14,6 +14,7 @@
 
 #include "documents/DecodingFailure.h"
 #include "documents/Description.h"
+#include "documents/OptionalBox.h"
 #include "support/Json.h"
 #include "support/JsonWriter.h"
 
@@ -99,6 +100,16 @@ struct ValueForm<std::optional<T>> {
     } else {
       writer.null();
     }
+  }
+};
+
+template <class T>
+struct ValueForm<OptionalBox<T>> {
+  static bool decode(const support::Node& node, OptionalBox<T>& value, DecodingFailure& failure) {
+    return ValueForm<T>::decode(node, value.emplace(), failure);
+  }
+  static void encode(support::Writer& writer, const OptionalBox<T>& value) {
+    ValueForm<T>::encode(writer, *value);
   }
 };
 

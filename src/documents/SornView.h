@@ -6,6 +6,7 @@
 #include <variant>
 #include <vector>
 
+#include "documents/OptionalBox.h"
 #include "sorn/Value.h"
 #include "support/Url.h"
 #include "support/Uuid.h"
@@ -153,11 +154,12 @@ struct ButtonData {
   bool operator==(const ButtonData&) const = default;
 };
 
-// One node. Two decodings of one document give unequal nodes, since each gets an `id` of its own.
+// One node; the parts that most nodes lack are boxed, so that a document of many nodes stays compact. Two
+// decodings of one document give unequal nodes, since each gets an `id` of its own.
 struct SornView {
   SornViewType viewType = {};
   std::optional<RootType> rootType;  // set at the presentation
-  std::optional<Background> background;
+  OptionalBox<Background> background;
   std::vector<SornView> children;
   std::optional<bool> isSpacer;
   std::optional<bool> isContent;               // carried
@@ -166,9 +168,9 @@ struct SornView {
   std::optional<double> maxWidth;
   std::optional<double> height;  // -1: what is offered
   std::optional<double> maxHeight;
-  std::optional<ImageData> imageData;
-  std::optional<TextData> textData;
-  std::optional<ButtonData> buttonData;
+  OptionalBox<ImageData> imageData;
+  OptionalBox<TextData> textData;
+  OptionalBox<ButtonData> buttonData;
   std::optional<double> aspectRatio;                // width divided by height
   std::optional<double> elevation;                  // carried
   std::optional<std::vector<double>> cornerRadius;  // top left, top right, bottom right, bottom left
