@@ -10,7 +10,7 @@
 #include "layout/DisplayList.h"
 #include "sorn/Export.h"
 
-using cairo_t = struct _cairo;
+using cairo_t = struct _cairo;  // NOLINT(bugprone-reserved-identifier): Cairo's own name
 
 // Executes display lists with Cairo.
 namespace sorn::draw {

@@ -122,9 +122,7 @@ Surface surfaceOf(const GdkPixbuf* pixbuf) {
   for (int y = 0; y < height; ++y) {
     const guchar* from =
         gdk_pixbuf_read_pixels(pixbuf) + static_cast<std::ptrdiff_t>(y) * gdk_pixbuf_get_rowstride(pixbuf);
-    auto* row = cairo_image_surface_get_data(surface.get()) +
-                static_cast<std::ptrdiff_t>(y) * cairo_image_surface_get_stride(surface.get());
-    auto* to = static_cast<std::uint32_t*>(static_cast<void*>(row));
+    std::uint32_t* to = rowOf(surface.get(), y);
     for (int x = 0; x < width; ++x, from += channels) to[x] = premultiplied(from, hasAlpha);
   }
   cairo_surface_mark_dirty(surface.get());

@@ -57,10 +57,11 @@ void addStops(cairo_pattern_t* pattern, const std::vector<Color>& colors) {
 // the table; the square of the row's own distance is `ySquared`.
 void fillRow(std::uint32_t* row, int width, float x, float step, float ySquared, const Table& table) {
   constexpr auto last = static_cast<float>(tableSize - 1);
+  constexpr float toNearest = 0.5F;
   for (int i = 0; i < width; ++i) {
     const float dx = x + static_cast<float>(i) * step;
     const float distance = std::min(std::sqrt(dx * dx + ySquared), last);
-    row[i] = table[static_cast<std::size_t>(distance + 0.5F)];
+    row[i] = table[static_cast<std::size_t>(distance + toNearest)];
   }
 }
 
@@ -75,10 +76,8 @@ Surface radialSurface(const RadialGradient& gradient, const layout::Rect& area, 
   const double left = (area.x + 0.5 / scale - gradient.center.x) * steps;
   for (int y = 0; y < height; ++y) {
     const double dy = (area.y + (y + 0.5) / scale - gradient.center.y) * steps;
-    auto* row = cairo_image_surface_get_data(surface.get()) +
-                static_cast<std::ptrdiff_t>(y) * cairo_image_surface_get_stride(surface.get());
-    fillRow(static_cast<std::uint32_t*>(static_cast<void*>(row)), width, static_cast<float>(left),
-            static_cast<float>(steps / scale), static_cast<float>(dy * dy), table);
+    fillRow(rowOf(surface.get(), y), width, static_cast<float>(left), static_cast<float>(steps / scale),
+            static_cast<float>(dy * dy), table);
   }
   cairo_surface_mark_dirty(surface.get());
   return surface;

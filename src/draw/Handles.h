@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 
 #include <pango/pangocairo.h>
@@ -33,6 +35,13 @@ inline Surface imageSurface(int width, int height) {
 
 inline bool isSound(const Surface& surface) {
   return cairo_surface_status(surface.get()) == CAIRO_STATUS_SUCCESS;
+}
+
+// The pixels of a row.
+inline std::uint32_t* rowOf(cairo_surface_t* surface, int y) {
+  unsigned char* row = cairo_image_surface_get_data(surface) +
+                       static_cast<std::ptrdiff_t>(y) * cairo_image_surface_get_stride(surface);
+  return static_cast<std::uint32_t*>(static_cast<void*>(row));
 }
 
 }  // namespace sorn::draw

@@ -58,7 +58,50 @@ TextLine lineOf(const ShapedText& shaped, std::size_t index, std::size_t first, 
   return line;
 }
 
+bool isWithin(const ShapedText& shaped, std::size_t first, double width) {
+  double x = 0;
+  for (std::size_t i = first; i < shaped.clusters.size() && x <= width; ++i) x += shaped.clusters[i].advance;
+  return x <= width + tolerance;
+}
+
+// Takes clusters from both ends, always at the side that has less.
+Cut middleCut(const ShapedText& shaped, std::size_t first, double width) {
+  Cut cut{first, shaped.clusters.size()};
+  double head = 0;
+  double tail = 0;
+  while (cut.headEnd < cut.tailBegin) {
+    const bool isHead = head <= tail;
+    const double advance = shaped.clusters[isHead ? cut.headEnd : cut.tailBegin - 1].advance;
+    if (head + tail + advance > width + tolerance) break;
+    (isHead ? head : tail) += advance;
+    isHead ? ++cut.headEnd : --cut.tailBegin;
+  }
+  return cut;
+}
+
+Cut tailCut(const ShapedText& shaped, std::size_t first, std::size_t end, double width) {
+  Cut cut{first, shaped.clusters.size()};
+  for (double x = 0; cut.headEnd < end; ++cut.headEnd) {
+    x += shaped.clusters[cut.headEnd].advance;
+    if (x > width + tolerance) break;
+  }
+  return cut;
+}
+
 }  // namespace
+
+Cut cutToFit(const ShapedText& shaped, const TextLine& line, double width, double ellipsisWidth,
+             layout::Truncation truncation) {
+  const std::size_t first = line.firstCluster;
+  const std::size_t endOfParagraph = shaped.paragraphs[line.paragraph].endCluster;
+  const bool isWithinWidth = isWithin(shaped, first, width);
+  if (truncation == layout::Truncation::tail) {
+    return tailCut(shaped, first, isWithinWidth ? endOfParagraph : shaped.clusters.size(),
+                   width - ellipsisWidth);
+  }
+  if (isWithin(shaped, first, width - ellipsisWidth)) return {endOfParagraph, endOfParagraph};
+  return middleCut(shaped, first, width - ellipsisWidth);
+}
 
 Lines breakLines(const ShapedText& shaped, double width, const LineBounds& bounds) {
   Lines result;
@@ -85,7 +128,7 @@ Lines breakLines(const ShapedText& shaped, double width, const LineBounds& bound
 std::string joinedText(const ShapedText& shaped, std::size_t firstCluster, std::size_t endCluster) {
   std::string joined;
   for (const Paragraph& paragraph : shaped.paragraphs) {
-    if (paragraph.endCluster < firstCluster || paragraph.firstCluster > endCluster) continue;
+    if (paragraph.endCluster < firstCluster || paragraph.firstCluster >= endCluster) continue;
     const std::size_t first = std::max(firstCluster, paragraph.firstCluster);
     const std::size_t end = std::min(endCluster, paragraph.endCluster);
     const std::size_t from = first < paragraph.endCluster ? shaped.clusters[first].start : paragraph.end;

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "layout/Geometry.h"
+#include "layout/Text.h"
 
 // Where the lines of a text break, as arithmetic on what was shaped once: answers at any number of widths
 // cost no further shaping, and a word of a million letters costs no more than a million letters. (Pango's own
@@ -63,6 +63,18 @@ struct Lines {
 // Breaks at words; a word longer than the line between characters. Blanks at a wrap hang over and count for
 // nothing.
 Lines breakLines(const ShapedText& shaped, double width, const LineBounds& bounds);
+
+// What of the rest of a text, from a line's first cluster on, stays around the "…" of a cut line.
+struct Cut {
+  std::size_t headEnd = 0;    // clusters before it stay
+  std::size_t tailBegin = 0;  // and those from it on
+};
+
+// Keeps as much as fits into the width, of which the "…" takes a part; of the middle, the same length at
+// either side. Where the whole rest would fit, and only line ends stand in the way, the first of them is what
+// goes.
+Cut cutToFit(const ShapedText& shaped, const TextLine& line, double width, double ellipsisWidth,
+             layout::Truncation truncation);
 
 // The text of some clusters as one line: line ends are blanks.
 std::string joinedText(const ShapedText& shaped, std::size_t firstCluster, std::size_t endCluster);

@@ -19,6 +19,13 @@ double lengthOf(const std::optional<double>& offered) {
   return std::isnan(*offered) ? 0 : std::max(*offered, 0.0);
 }
 
+// Of a layout of one line, relative to its base line.
+PangoRectangle extentsOf(const TextLayout& layout) {
+  PangoRectangle extents;
+  pango_layout_line_get_extents(pango_layout_get_line_readonly(layout.get(), 0), nullptr, &extents);
+  return extents;
+}
+
 double shareBefore(layout::LineAlignment alignment) {
   switch (alignment) {
     case layout::LineAlignment::leading:
@@ -86,52 +93,41 @@ PangoText::Answer PangoText::compute(double width, double height) {
 void PangoText::cutLastLine(Answer& answer, double width) {
   TextLine& line = answer.lines.back();
   TextLayout cut = cutLine(line, width);
-  PangoRectangle extents;
-  pango_layout_get_extents(cut.get(), nullptr, &extents);
+  const PangoRectangle extents = extentsOf(cut);
   line.width = pango_units_to_double(extents.width);
-  line.ascent = pango_units_to_double(pango_layout_get_baseline(cut.get()));
+  line.ascent = -pango_units_to_double(extents.y);
   line.height = pango_units_to_double(extents.height);
   answer.layouts.back() = std::move(cut);
 }
 
+// (Pango's own ellipsis takes up the room that is left, which a line that is measured must not.)
 TextLayout PangoText::cutLine(const TextLine& line, double width) {
-  const auto ellipsized = [&](const std::string& text) {
-    TextLayout cut = layoutOf(text, line);
-    const bool isMiddle = run().style.truncation == layout::Truncation::middle;
-    pango_layout_set_ellipsize(cut.get(), isMiddle ? PANGO_ELLIPSIZE_MIDDLE : PANGO_ELLIPSIZE_END);
-    if (std::isfinite(width))
-      pango_layout_set_width(cut.get(), pango_units_from_double(std::min(width, 1e6)));
-    return cut;
-  };
-  TextLayout cut = ellipsized(restFor(line, width));
-  // Where only line ends stand in the way, the rest may fit into one line; then "…" takes the first one's
-  // place.
-  if (pango_layout_is_ellipsized(cut.get()) == FALSE) cut = ellipsized(restWithEllipsis(line));
-  return cut;
+  const ShapedText& all = shaped();
+  Cut cut = cutToFit(all, line, width, ellipsisWidth(), run().style.truncation);
+  for (;;) {
+    std::string text = joinedText(all, line.firstCluster, cut.headEnd);
+    while (text.ends_with(' ')) text.pop_back();
+    text += "…";
+    const std::string tail = joinedText(all, cut.tailBegin, all.clusters.size());
+    text.append(tail, std::min(tail.find_first_not_of(' '), tail.size()));
+    TextLayout layout = layoutOf(text, line);
+    const bool isNarrowEnough = pango_units_to_double(extentsOf(layout).width) <= width + 1.0 / PANGO_SCALE;
+    if (isNarrowEnough || (cut.headEnd == line.firstCluster && cut.tailBegin == all.clusters.size()))
+      return layout;
+    // Put together, letters may take a little more than each by itself, and line ends are blanks now.
+    if (cut.headEnd > line.firstCluster) {
+      --cut.headEnd;
+    } else {
+      ++cut.tailBegin;
+    }
+  }
 }
 
-// What follows from the line on, as one line, without most of what would be cut out anyway: shaping it all
-// for each width would be waste.
-std::string PangoText::restFor(const TextLine& line, double width) {
-  const std::vector<Cluster>& clusters = shaped().clusters;
-  const double enough = width + 4 * fontSizeOf(run().style);
-  std::size_t head = line.firstCluster;
-  for (double x = 0; head < clusters.size() && x <= enough; ++head) x += clusters[head].advance;
-  if (run().style.truncation == layout::Truncation::tail || head == clusters.size()) {
-    return joinedText(shaped(), line.firstCluster, head);
+double PangoText::ellipsisWidth() {
+  if (!ellipsisWidth_) {
+    ellipsisWidth_ = pango_units_to_double(extentsOf(fonts_->layout("…", font_.get(), false)).width);
   }
-  std::size_t tail = clusters.size();
-  for (double x = 0; tail > head && x <= enough; --tail) x += clusters[tail - 1].advance;
-  return joinedText(shaped(), line.firstCluster, head) + joinedText(shaped(), tail, clusters.size());
-}
-
-std::string PangoText::restWithEllipsis(const TextLine& line) {
-  const Paragraph& paragraph = shaped().paragraphs[line.paragraph];
-  std::string rest = shaped().text.substr(line.start, paragraph.end - line.start) + "…";
-  if (run().style.truncation == layout::Truncation::middle) {
-    rest += joinedText(shaped(), paragraph.endCluster, shaped().clusters.size());
-  }
-  return rest;
+  return *ellipsisWidth_;
 }
 
 TextLayout PangoText::layoutOf(std::string_view text, const TextLine& line) {

@@ -38,14 +38,14 @@ class PangoText : public layout::PreparedText {
   Answer compute(double width, double height);
   void cutLastLine(Answer& answer, double width);
   TextLayout cutLine(const TextLine& line, double width);
-  std::string restFor(const TextLine& line, double width);
-  std::string restWithEllipsis(const TextLine& line);
+  double ellipsisWidth();
   TextLayout layoutOf(std::string_view text, const TextLine& line);
 
   std::shared_ptr<const PangoTextMeasure::Fonts> fonts_;
   double scale_;
   FontDescription font_;
   std::optional<ShapedText> shaped_;
+  std::optional<double> ellipsisWidth_;
   // The latest first. Few, since an engine that remembers its own answers asks for each size once or twice.
   std::vector<std::unique_ptr<Answer>> answers_;
 };

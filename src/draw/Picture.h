@@ -7,7 +7,7 @@
 #include "layout/Geometry.h"
 #include "sorn/Export.h"
 
-using cairo_surface_t = struct _cairo_surface;
+using cairo_surface_t = struct _cairo_surface;  // NOLINT(bugprone-reserved-identifier): Cairo's own name
 
 namespace sorn::draw {
 

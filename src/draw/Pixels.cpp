@@ -13,9 +13,8 @@ bool writePng(const Pixels& pixels, const std::string& path) {
   if (!isSound(surface)) return false;
   const auto rowBytes = static_cast<std::size_t>(pixels.width) * sizeof(std::uint32_t);
   for (int y = 0; y < pixels.height; ++y) {
-    auto* row = cairo_image_surface_get_data(surface.get()) +
-                static_cast<std::ptrdiff_t>(y) * cairo_image_surface_get_stride(surface.get());
-    std::memcpy(row, pixels.argb.data() + static_cast<std::size_t>(y) * pixels.width, rowBytes);
+    std::memcpy(rowOf(surface.get(), y), pixels.argb.data() + static_cast<std::size_t>(y) * pixels.width,
+                rowBytes);
   }
   cairo_surface_mark_dirty(surface.get());
   return cairo_surface_write_to_png(surface.get(), path.c_str()) == CAIRO_STATUS_SUCCESS;
