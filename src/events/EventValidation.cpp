@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "support/Json.h"
 #include "support/NamePatterns.h"
 
 namespace sorn::events {
@@ -10,15 +9,19 @@ namespace sorn::events {
 namespace {
 
 void appendTyped(const std::string& key, const Value& value, sync::EventData& typed) {
-  if (value.as<bool>()) return typed.add("B_", key, value);
-  if (value.as<std::int64_t>() || value.as<double>() || value.as<Decimal>())
-    return typed.add("N_", key, value);
-  if (const Date* date = value.as<Date>()) return typed.add("D_", key, secondsSince1970(*date));
-  const std::string* text = value.as<std::string>();
-  // What begins with "$" is reserved.
-  if (!text || text->starts_with('$') || !support::isValidUtf8(*text))
-    throw SornError::invalidExtraValue(key);
-  typed.add("S_", key, value);
+  if (value.as<bool>()) {
+    typed.add("B_", key, value);
+  } else if (value.as<std::int64_t>() || value.as<double>() || value.as<Decimal>()) {
+    typed.add("N_", key, value);
+  } else if (const Date* date = value.as<Date>()) {
+    typed.add("D_", key, secondsSince1970(*date));
+  } else {
+    const std::string* text = value.as<std::string>();
+    // What begins with "$" is reserved. A text that cannot be added is no UTF-8.
+    if (!text || text->starts_with('$') || !typed.add("S_", key, value)) {
+      throw SornError::invalidExtraValue(key);
+    }
+  }
 }
 
 }  // namespace

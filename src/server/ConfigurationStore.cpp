@@ -28,12 +28,26 @@ std::optional<std::string> ConfigurationStore::key() const {
 
 std::shared_ptr<const Configuration> ConfigurationStore::configuration() {
   const std::lock_guard lock(mutex_);
-  if (cached_) return cached_;
+  load();
+  return cached_;
+}
+
+void ConfigurationStore::load() {
+  if (cached_) return;
   const std::optional<std::string> storedUnder = key();
-  if (!storedUnder || *storedUnder == absentUnder_) return nullptr;
+  if (!storedUnder || *storedUnder == absentUnder_) return;
   if (const std::optional<std::string> stored = keychain_.read(*storedUnder)) cached_ = decodeStored(*stored);
   if (!cached_) absentUnder_ = *storedUnder;
-  return cached_;
+}
+
+// One value, read without taking a share in the whole.
+template <class Read>
+auto ConfigurationStore::stored(Read&& read)
+    -> std::optional<std::invoke_result_t<Read, const Configuration&>> {
+  const std::lock_guard lock(mutex_);
+  load();
+  if (!cached_) return std::nullopt;
+  return read(*cached_);
 }
 
 void ConfigurationStore::setConfiguration(const std::optional<Configuration>& configuration) {
@@ -58,19 +72,20 @@ bool ConfigurationStore::takeFromAnswer(const std::optional<support::Node>& answ
 }
 
 bool ConfigurationStore::isEnabled(bool documents::Features::*feature, bool byDefault) {
-  if (const auto stored = configuration()) return stored->features.*feature;
-  logger_.log(support::LogLevel::info, "Did not find stored Sorn configuration");
-  return byDefault;
+  const auto isOn = stored([&](const Configuration& known) { return known.features.*feature; });
+  if (!isOn) logger_.log(support::LogLevel::info, "Did not find stored Sorn configuration");
+  return isOn.value_or(byDefault);
 }
 
 std::int64_t ConfigurationStore::batchSize() {
-  const auto stored = configuration();
-  return stored ? stored->eventOptions.batchSize : defaultBatchSize;
+  return stored([](const Configuration& known) { return known.eventOptions.batchSize; })
+      .value_or(defaultBatchSize);
 }
 
 double ConfigurationStore::batchTimeout() {
-  const auto stored = configuration();
-  return stored ? static_cast<double>(stored->eventOptions.batchTimeout) : defaultBatchTimeout;
+  return stored(
+             [](const Configuration& known) { return static_cast<double>(known.eventOptions.batchTimeout); })
+      .value_or(defaultBatchTimeout);
 }
 
 }  // namespace sorn::server

@@ -4,6 +4,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <type_traits>
 
 #include "device/KeychainWrapper.h"
 #include "documents/Configuration.h"
@@ -34,6 +35,10 @@ class ConfigurationStore {
 
  private:
   std::optional<std::string> key() const;
+  // Reads what is stored unless it is known. Under the lock.
+  void load();
+  template <class Read>
+  auto stored(Read&& read) -> std::optional<std::invoke_result_t<Read, const documents::Configuration&>>;
 
   const support::Account& account_;
   device::KeychainWrapper& keychain_;

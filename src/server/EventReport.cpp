@@ -23,6 +23,12 @@ constexpr std::string_view campaignSubtype = "campaign_subtype";
 constexpr std::string_view inAppStatus = "inapp_status";
 constexpr std::array overwrittenKeys = {campaignSubtype, inAppStatus};
 
+// What the rows are read for.
+constexpr std::uint64_t reportedColumns =
+    store::columnSet(SNEvent::eventID, SNEvent::type, SNEvent::category, SNEvent::action, SNEvent::campaignID,
+                     SNEvent::campaignType, SNEvent::extra, SNEvent::sessionID, SNEvent::serialNumber,
+                     SNEvent::timestamp, SNEvent::device, SNEvent::user);
+
 // An absent text, and one that is not UTF-8 in a damaged row, reads as what stands for absence.
 void appendText(std::string& out, std::string_view name, const RowView& event,
                 const store::Attribute<std::string>& attribute, std::string_view ifAbsent) {
@@ -30,6 +36,21 @@ void appendText(std::string& out, std::string_view name, const RowView& event,
   // An absent text has no place in memory, an empty one has.
   const std::string_view text = event.text(attribute);
   if (!text.data() || !support::appendText(out, text)) out += ifAbsent;
+}
+
+// The same for a text that event after event repeats: as long as it does, its member is taken over.
+void appendRepeated(std::string& out, std::string_view name, const RowView& event,
+                    const store::Attribute<std::string>& attribute, std::string_view ifAbsent,
+                    RepeatedText& last) {
+  const std::string_view text = event.text(attribute);
+  if (text.empty() || text != last.text) {
+    const std::size_t start = out.size();
+    appendText(out, name, event, attribute, ifAbsent);
+    last.text = text;
+    last.member.assign(out, start);
+  } else {
+    out += last.member;
+  }
 }
 
 void appendInteger(std::string& out, std::int64_t value) { support::appendNumber(out, value); }
@@ -48,13 +69,14 @@ platform::HttpBody EventReportBuilder::build(const store::RowRanges& events) {
       std::int64_t last = range.last;
       context_.performBlockAndWait([&] {
         shared.areCampaignsActive = defaults_.boolean(inAppCampaignsActive);
-        context_.scan(SNEvent::entity(), {next, range.last}, [&](const RowView& event) {
+        const auto append = [&](const RowView& event) {
           if (!std::exchange(isFirst, false)) piece += ',';
           appendEvent(piece, event, shared);
           if (++count < eventsInPiece) return true;
           last = event.rowID();
           return false;
-        });
+        };
+        context_.scan(SNEvent::entity(), {next, range.last}, append, reportedColumns);
       });
       next = last + 1;
       // Kept at its exact size: the pieces of a large report are most of what it costs in memory.
@@ -68,17 +90,16 @@ platform::HttpBody EventReportBuilder::build(const store::RowRanges& events) {
 
 void EventReportBuilder::appendEvent(std::string& out, const RowView& event, Shared& shared) {
   appendText(out, "{\"event_id\":", event, SNEvent::eventID, "null");
-  appendText(out, ",\"type\":", event, SNEvent::type, "null");
-  appendText(out, ",\"category\":", event, SNEvent::category, "\"NO_CATEGORY\"");
-  appendText(out, ",\"action\":", event, SNEvent::action, "null");
-  out += userMember(event.integer(SNEvent::user), shared);
-  out += deviceMembers(event.integer(SNEvent::device), shared);
-  appendText(out, ",\"campaign_id\":", event, SNEvent::campaignID, "\"NO_CAMPAIGN\"");
+  appendRepeated(out, ",\"type\":", event, SNEvent::type, "null", shared.type);
+  appendRepeated(out, ",\"category\":", event, SNEvent::category, "\"NO_CATEGORY\"", shared.category);
+  appendRepeated(out, ",\"action\":", event, SNEvent::action, "null", shared.action);
+  out += ownersMembers(event.integer(SNEvent::user), event.integer(SNEvent::device), shared);
+  appendRepeated(out, ",\"campaign_id\":", event, SNEvent::campaignID, "\"NO_CAMPAIGN\"", shared.campaignID);
   out += ",\"timestamp\":";
   if (event.isAbsent(SNEvent::timestamp) || !support::appendNumber(out, event.real(SNEvent::timestamp))) {
     out += "null";
   }
-  appendText(out, ",\"session_id\":", event, SNEvent::sessionID, "\"NO_SESSION\"");
+  appendRepeated(out, ",\"session_id\":", event, SNEvent::sessionID, "\"NO_SESSION\"", shared.sessionID);
   out += ",\"sequence\":";
   appendInteger(out, event.integer(SNEvent::serialNumber));
   out += ",\"extra\":";
@@ -117,6 +138,16 @@ void EventReportBuilder::appendExtra(std::string& out, const RowView& event, boo
   }
   separate();
   out += areCampaignsActive ? "\"inapp_status\":1}" : "\"inapp_status\":0}";
+}
+
+std::string_view EventReportBuilder::ownersMembers(std::int64_t user, std::int64_t device, Shared& shared) {
+  if (shared.owners.empty() || shared.lastUser != user || shared.lastDevice != device) {
+    shared.owners = userMember(user, shared);
+    shared.owners += deviceMembers(device, shared);
+    shared.lastUser = user;
+    shared.lastDevice = device;
+  }
+  return shared.owners;
 }
 
 std::string_view EventReportBuilder::userMember(std::int64_t row, Shared& shared) {

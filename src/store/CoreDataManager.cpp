@@ -4,7 +4,7 @@
 #include <string>
 #include <system_error>
 
-#include <sys/stat.h>
+#include "support/AtomicFile.h"
 
 namespace sorn::store {
 
@@ -12,18 +12,6 @@ namespace {
 
 // How long nobody may have touched the store before its log is moved into the database.
 constexpr std::chrono::milliseconds quietTime{50};
-
-// Makes the directory and what is missing above it, readable by its owner alone.
-std::error_code createPrivateDirectory(const std::filesystem::path& directory) {
-  std::error_code error;
-  std::filesystem::path path;
-  for (const std::filesystem::path& part : directory) {
-    path /= part;
-    if (std::filesystem::is_directory(path, error)) continue;
-    if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) return {errno, std::generic_category()};
-  }
-  return {};
-}
 
 }  // namespace
 
@@ -44,7 +32,7 @@ void CoreDataManager::openStore() {
   std::unique_ptr<PersistentStore> store;
   if (!candidates.empty()) {
     const std::filesystem::path& directory = candidates.back();
-    if (const std::error_code error = createPrivateDirectory(directory)) {
+    if (const std::error_code error = support::makePrivateFolders(directory)) {
       // The directory is the one for documents, whatever the line calls it: the text is kept as it is known.
       logger_.log(support::LogLevel::error,
                   [&] { return "Error while creating application support dir: " + error.message(); });

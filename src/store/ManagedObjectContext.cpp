@@ -10,14 +10,6 @@ namespace {
 // Ids reserved at a time: the mark in the file moves once for so many records.
 constexpr std::int64_t rowIDBlock = 1024;
 
-std::uint64_t columnsWrittenAlone(const EntityDescription& entity) {
-  std::uint64_t columns = 0;
-  for (std::size_t column = 0; column < entity.columns.size(); ++column) {
-    if (entity.columns[column].writeOut == WriteOut::eachSave) columns |= std::uint64_t{1} << column;
-  }
-  return columns;
-}
-
 std::vector<Cell> cellsOf(const EntityDescription& entity, const sqlite::Statement& row) {
   std::vector<Cell> cells(entity.columns.size());
   for (std::size_t column = 0; column < cells.size(); ++column) {
@@ -99,7 +91,7 @@ Ref<ManagedObject> ManagedObjectContext::materialise(const EntityDescription& en
 // the file counts for nothing while it has unsaved changes. The visitors return false to stop.
 template <class StoredVisitor, class PendingVisitor>
 void ManagedObjectContext::merge(const EntityDescription& entity, const Predicate& predicate, RowRange range,
-                                 StoredVisitor&& stored, PendingVisitor&& pending) {
+                                 StoredVisitor&& stored, PendingVisitor&& pending, std::uint64_t wanted) {
   const std::vector<Ref<ManagedObject>> objects = pendingOf(entity, range);
   auto next = objects.begin();
   bool goesOn = true;
@@ -113,7 +105,7 @@ void ManagedObjectContext::merge(const EntityDescription& entity, const Predicat
   const bool judgesHere = bulk_.touches(entity);
   std::vector<Cell> cells;
   if (store_) {
-    store_->select(entity, judgesHere ? Predicate() : predicate, range, [&](const sqlite::Statement& row) {
+    const auto show = [&](const sqlite::Statement& row) {
       const std::int64_t rowID = row.integer(0);
       showPendingBefore(rowID);
       if (!goesOn) return false;
@@ -124,7 +116,12 @@ void ManagedObjectContext::merge(const EntityDescription& entity, const Predicat
       }
       goesOn = stored(row, cells);
       return goesOn;
-    });
+    };
+    if (judgesHere) {
+      store_->select(entity, {}, range, allColumns, show);
+    } else {
+      store_->select(entity, predicate, range, wanted, show);
+    }
   }
   showPendingBefore(std::numeric_limits<std::int64_t>::max());
 }
@@ -193,7 +190,7 @@ void ManagedObjectContext::visit(const EntityDescription& entity, const Predicat
 }
 
 void ManagedObjectContext::scan(const EntityDescription& entity, RowRange range,
-                                const std::function<bool(const RowView&)>& visitor) {
+                                const std::function<bool(const RowView&)>& visitor, std::uint64_t wanted) {
   assert(isCurrentQueue());
   merge(
       entity, {}, range,
@@ -202,7 +199,8 @@ void ManagedObjectContext::scan(const EntityDescription& entity, RowRange range,
       },
       [&](const Ref<ManagedObject>& object) {
         return visitor(RowView(object->rowID_, nullptr, object->cells_));
-      });
+      },
+      wanted);
 }
 
 std::size_t ManagedObjectContext::count(const EntityDescription& entity, const Predicate& predicate) {
@@ -259,7 +257,7 @@ std::size_t ManagedObjectContext::statementsToWrite() const {
     if (statements > 1) break;
     if (object->isDeleted_) {
       if (!object->isInserted_) ++statements;
-    } else if (object->isInserted_ || (object->changedColumns_ & columnsWrittenAlone(object->entity_)) != 0) {
+    } else if (object->isInserted_ || (object->changedColumns_ & object->entity_.columnsOfEachSave) != 0) {
       ++statements;
     }
   }
@@ -299,7 +297,7 @@ bool ManagedObjectContext::writeObject(ManagedObject& object) {
   const EntityDescription& entity = object.entity_;
   if (object.isDeleted_) return object.isInserted_ || store_->remove(entity, object.rowID_);
   if (object.isInserted_) return store_->insert(entity, object.rowID_, object.cells_);
-  if ((object.changedColumns_ & columnsWrittenAlone(entity)) == 0) return true;
+  if ((object.changedColumns_ & entity.columnsOfEachSave) == 0) return true;
   return store_->update(entity, object.rowID_, object.changedColumns_, object.cells_);
 }
 
@@ -312,8 +310,7 @@ void ManagedObjectContext::forgetWrittenChanges() {
       object->context_ = nullptr;
       object->isDeleted_ = false;
       std::fill(object->cells_.begin(), object->cells_.end(), Cell());
-    } else if (!object->isInserted_ &&
-               (object->changedColumns_ & columnsWrittenAlone(object->entity_)) == 0) {
+    } else if (!object->isInserted_ && (object->changedColumns_ & object->entity_.columnsOfEachSave) == 0) {
       return false;
     }
     object->isInserted_ = false;

@@ -143,9 +143,10 @@ class ManagedObjectContext {
   std::size_t count(const EntityDescription& entity, const Predicate& predicate = {});
 
   // Shows every row in this range of row ids, unsaved changes included, in the order of creation, without
-  // making objects. Return false from the visitor to stop.
+  // making objects. Return false from the visitor to stop. A stored row may read as absent in other columns
+  // than the wanted ones.
   void scan(const EntityDescription& entity, RowRange range,
-            const std::function<bool(const RowView&)>& visitor);
+            const std::function<bool(const RowView&)>& visitor, std::uint64_t wanted = allColumns);
   // Deletes all records of these rows, or changes their status, without loading them.
   void deleteRows(const EntityDescription& entity, const RowRanges& rows);
   void setStatusOfRows(const EntityDescription& entity, const RowRanges& rows, std::int64_t status, Date now);
@@ -168,7 +169,7 @@ class ManagedObjectContext {
              const std::function<void(Ref<ManagedObject>)>& visitor);
   template <class StoredVisitor, class PendingVisitor>
   void merge(const EntityDescription& entity, const Predicate& predicate, RowRange range,
-             StoredVisitor&& stored, PendingVisitor&& pending);
+             StoredVisitor&& stored, PendingVisitor&& pending, std::uint64_t wanted = allColumns);
   std::vector<Ref<ManagedObject>> pendingOf(const EntityDescription& entity, RowRange range) const;
   Ref<ManagedObject> registered(const EntityDescription& entity, std::int64_t rowID);
   Ref<ManagedObject> materialise(const EntityDescription& entity, std::int64_t rowID,

@@ -33,9 +33,12 @@ std::string_view sqlType(ColumnType type) {
   return "";
 }
 
-std::string columnList(const EntityDescription& entity) {
+std::string columnList(const EntityDescription& entity, std::uint64_t columns = allColumns) {
   std::string list = "id";
-  for (const Column& column : entity.columns) list.append(", ").append(column.name);
+  for (const Column& column : entity.columns) {
+    list.append(", ").append((columns & 1) != 0 ? column.name : "NULL");
+    columns >>= 1;
+  }
   return list;
 }
 
@@ -98,9 +101,12 @@ bool PersistentStore::openDatabase(std::string& reason) {
 
 bool PersistentStore::configure(sqlite::Database& database) const {
   // The page size counts for a new file only. Check-points run on their own, never inside a commit: the hook
-  // that counts the log's pages has taken the place of the automatic ones.
-  return database.execute("PRAGMA page_size=2048") && database.execute("PRAGMA journal_mode=WAL") &&
-         database.execute("PRAGMA temp_store=MEMORY") && database.execute("PRAGMA cache_size=-1024") &&
+  // that counts the log's pages has taken the place of the automatic ones. Debian's SQLite overwrites what is
+  // deleted; here it does so where that takes no further writing, so not in pages that become free as a
+  // whole.
+  return database.execute("PRAGMA page_size=2048") && database.execute("PRAGMA secure_delete=FAST") &&
+         database.execute("PRAGMA journal_mode=WAL") && database.execute("PRAGMA temp_store=MEMORY") &&
+         database.execute("PRAGMA cache_size=-1024") &&
          database.execute(durability_ == platform::Durability::power ? "PRAGMA synchronous=FULL"
                                                                      : "PRAGMA synchronous=NORMAL");
 }
@@ -138,9 +144,15 @@ bool PersistentStore::migrate(std::string& reason) {
 
 bool PersistentStore::createMissing(const EntityDescription& entity) {
   const std::string table(entity.name);
-  bool succeeded =
-      database_.execute(("CREATE TABLE IF NOT EXISTS " + table + " (id INTEGER PRIMARY KEY)").c_str());
+  std::string definition = "CREATE TABLE IF NOT EXISTS " + table + " (id INTEGER PRIMARY KEY";
   for (const Column& column : entity.columns) {
+    definition.append(", ").append(column.name).append(sqlType(column.type));
+  }
+  bool succeeded = database_.execute((definition + ")").c_str());
+  // The columns one by one only for a table of an older version: each of them reads the whole schema anew.
+  const auto present = database_.integer("SELECT count(*) - 1 FROM pragma_table_info('" + table + "')");
+  const bool isWhole = present == static_cast<std::int64_t>(entity.columns.size());
+  for (const Column& column : isWhole ? std::span<const Column>() : entity.columns) {
     const std::string name(column.name);
     const std::string isThere =
         "SELECT count(*) FROM pragma_table_info('" + table + "') WHERE name = '" + name + "'";
@@ -176,11 +188,13 @@ sqlite::Statement& PersistentStore::statement(const std::string& sql) {
 }
 
 void PersistentStore::select(const EntityDescription& entity, const Predicate& predicate, RowRange range,
+                             std::uint64_t columns,
                              const std::function<bool(const sqlite::Statement&)>& visitor) {
   std::vector<const Cell*> values;
   const std::string condition = predicate.sql(entity.columns, values);
-  sqlite::Statement& select = statement("SELECT " + columnList(entity) + " FROM " + std::string(entity.name) +
-                                        " WHERE id BETWEEN ? AND ? AND " + condition + " ORDER BY id");
+  sqlite::Statement& select =
+      statement("SELECT " + columnList(entity, columns) + " FROM " + std::string(entity.name) +
+                " WHERE id BETWEEN ? AND ? AND " + condition + " ORDER BY id");
   if (!select) return;
   select.bind(1, range.first);
   select.bind(2, range.last);

@@ -28,9 +28,10 @@ class PersistentStore {
                                                platform::Durability durability, std::string& reason);
 
   // Shows the rows in ascending order of their ids; the statement's column 0 is the row id, the entity's
-  // columns follow. The visitor may not run another `select` of the same condition; it returns false to stop.
+  // columns follow; those whose bits are not set read as absent. The visitor may not run another `select` of
+  // the same condition and columns; it returns false to stop.
   void select(const EntityDescription& entity, const Predicate& predicate, RowRange range,
-              const std::function<bool(const sqlite::Statement&)>& visitor);
+              std::uint64_t columns, const std::function<bool(const sqlite::Statement&)>& visitor);
   std::size_t count(const EntityDescription& entity, const Predicate& predicate);
 
   // One transaction. A single write needs none: it is one by itself.

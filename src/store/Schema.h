@@ -35,6 +35,12 @@ struct Index {
   std::string_view condition = {};  // of a partial index, empty for a whole one
 };
 
+// A set of an entity's columns, a bit for each.
+inline constexpr std::uint64_t allColumns = ~std::uint64_t{0};
+constexpr std::uint64_t columnSet(const auto&... attributes) {
+  return (std::uint64_t{0} | ... | (std::uint64_t{1} << attributes.column));
+}
+
 // What the store knows about one entity. Row ids are never reused and grow in the order of creation.
 struct EntityDescription {
   static constexpr std::size_t noStatus = std::numeric_limits<std::size_t>::max();
@@ -46,6 +52,8 @@ struct EntityDescription {
   // behind it. `noStatus` for entities without one.
   std::size_t statusColumn = noStatus;
   std::shared_ptr<ManagedObject> (*make)() = nullptr;
+  // A bit for each column whose change is reason enough for a save.
+  std::uint64_t columnsOfEachSave = 0;
 
   // Position of the column of this name; the count of columns when there is none.
   std::size_t columnNamed(std::string_view column) const {

@@ -1,6 +1,5 @@
 #include "support/JsonCheck.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -117,7 +116,10 @@ class Check {
   }
 
   bool isFree(std::string_view name) const {
-    return std::none_of(keys_.begin(), keys_.end(), [name](std::string_view key) { return key == name; });
+    for (const std::string_view key : keys_) {
+      if (key.size() == name.size() && key == name) return false;
+    }
+    return true;
   }
 
   // Behind the opening quote; takes the closing one as well.

@@ -121,15 +121,22 @@ std::optional<std::string> written(const Value& value, Writer::Form form) {
 
 }  // namespace
 
-bool appendText(std::string& out, std::string_view text) {
+bool appendText(std::string& out, std::string_view text) { return appendText(out, {}, text); }
+
+bool appendText(std::string& out, std::string_view prefix, std::string_view text) {
   auto plainLength =
       static_cast<std::size_t>(skipPlainText<'/'>(text.data(), text.data() + text.size()) - text.data());
   while (plainLength < text.size() && escapeOf(text[plainLength]) == plain) ++plainLength;
   const bool isPlain = plainLength == text.size();
   if (!isPlain && !isValidUtf8(text)) return false;
-  out += '"';
-  out.append(text.data(), plainLength);
-  if (!isPlain) appendEscaped(out, text.substr(plainLength));
+  // Room for all at once, filled with the quotes.
+  std::size_t at = out.size() + 1;
+  out.append(prefix.size() + plainLength + 2, '"');
+  at += prefix.copy(out.data() + at, prefix.size());
+  text.copy(out.data() + at, plainLength);
+  if (isPlain) return true;
+  out.pop_back();
+  appendEscaped(out, text.substr(plainLength));
   out += '"';
   return true;
 }
@@ -155,6 +162,9 @@ bool appendNumber(std::string& out, double number) {
 }
 
 bool appendValue(std::string& out, const Value& value) {
+  // What most attributes are needs no writer.
+  if (const auto* text = value.as<std::string>()) return appendText(out, *text);
+  if (const auto* integer = value.as<std::int64_t>()) return appendNumber(out, *integer), true;
   const std::size_t before = out.size();
   Writer writer(out);
   if (ValueWriter(writer).write(value)) return true;

@@ -15,6 +15,8 @@ namespace sorn::support {
 
 // Appends the text in quotes. False when it is not valid UTF-8; nothing is appended then.
 bool appendText(std::string& out, std::string_view text);
+// The same for a prefix, which must need no escape, and the text as one.
+bool appendText(std::string& out, std::string_view prefix, std::string_view text);
 
 // Appends the number; a double in the shortest form that reads back the same, without a point when it is
 // whole. False for NaN and the infinities, with nothing appended.

@@ -1,6 +1,7 @@
 #include "support/NamePatterns.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 
 #include "support/Characters.h"
@@ -10,6 +11,16 @@ namespace sorn::support {
 namespace {
 
 constexpr std::size_t longestPart = 50;
+
+// The word characters within ASCII, which most keys are made of.
+constexpr std::array<bool, 256> isAsciiWord = [] {
+  std::array<bool, 256> table{};
+  for (const char character :
+       std::string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_")) {
+    table[static_cast<unsigned char>(character)] = true;
+  }
+  return table;
+}();
 
 bool isNameCharacter(char character) { return character >= 0x20 && character <= 0x7E && character != '\\'; }
 
@@ -39,7 +50,11 @@ bool isScreenName(std::string_view name) {
 
 bool isExtraKey(std::string_view key) {
   for (std::size_t at = 0; at < key.size();) {
-    if (!isWordCharacter(nextCharacter(key, at))) return false;
+    if (isAsciiWord[static_cast<unsigned char>(key[at])]) {
+      ++at;
+    } else if (!isWordCharacter(nextCharacter(key, at))) {
+      return false;
+    }
   }
   return !key.empty();
 }

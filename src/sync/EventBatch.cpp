@@ -36,12 +36,14 @@ void EventBatch::batchEvent(const store::Ref<SNEvent>& event) {
 
 void EventBatch::count(const SNEvent& event, std::int64_t batchSize) {
   context_.save();
-  logger_.log(LogLevel::info, [&] { return "Batching event: " + event.description(); });
+  // Asked once: this runs for each event.
+  const bool isTold = logger_.isEnabled();
+  if (isTold) logger_.log(LogLevel::info, [&] { return "Batching event: " + event.description(); });
   const std::size_t waiting = events_.pendingCount();
   if (static_cast<std::int64_t>(waiting) >= batchSize) {
     logger_.log(LogLevel::info, "Event batch limit reached...");
     startEventBatching(Trigger::limit);
-  } else {
+  } else if (isTold) {
     logger_.log(LogLevel::info, [&] { return std::to_string(waiting) + " events batched..."; });
   }
 }

@@ -58,7 +58,7 @@ store::Ref<SNEvent> EventStore::createEvent(const NewEvent& event) {
 
 EventStore::Stored EventStore::store(const NewEvent& event) {
   const store::Ref<SNApplication> application = database_.currentApplication();
-  const std::string attributes = attributesOf(event);
+  std::string attributes = attributesOf(event, *application);
   if (!isCounted_) countPending();
   Stored stored{context_.insert<SNEvent>()};
   SNEvent& record = *stored.event;
@@ -73,15 +73,19 @@ EventStore::Stored EventStore::store(const NewEvent& event) {
   record.set(SNEvent::campaignID, event.campaignID.value_or("NO_CAMPAIGN"));
   if (event.campaign) record.set(SNEvent::campaignType, *event.campaign + 1);
   associateWithSession(record, event.action);
-  record.set(SNEvent::extra, attributes);
+  record.set(SNEvent::extra, std::move(attributes));
   stored.isSaved = context_.save();
   handleStoredEvent_(record);
   return stored;
 }
 
 // The attributes as JSON text. When one of them is none, all go, the library's own included.
-std::string EventStore::attributesOf(const NewEvent& event) {
-  std::string text = "{";
+std::string EventStore::attributesOf(const NewEvent& event, const SNApplication& application) {
+  // Room for what the library adds to the host's attributes.
+  constexpr std::size_t usualSize = 160;
+  std::string text;
+  text.reserve(usualSize + (event.data ? event.data->members().size() : 0));
+  text += '{';
   const bool isValid = !event.data || event.data->isValid();
   if (!isValid) {
     logger_.log(LogLevel::warning,
@@ -104,7 +108,7 @@ std::string EventStore::attributesOf(const NewEvent& event) {
   }
   text += constantAttributes_;
   text += ",\"authorization_status\":";
-  support::appendNumber(text, authorizationStatus(*database_.currentApplication()));
+  support::appendNumber(text, authorizationStatus(application));
   text += ",\"location_status\":";
   support::appendNumber(text, static_cast<std::int64_t>(device_.locationStatus()));
   text += '}';
@@ -129,7 +133,9 @@ void EventStore::associateWithSession(SNEvent& event, std::string_view action) {
   const std::int64_t serialNumber = session->get(SNSession::serialNumber).value_or(0) + 1;
   session->set(SNSession::serialNumber, serialNumber);
   event.set(SNEvent::serialNumber, serialNumber);
-  event.set(SNEvent::sessionID, session->get(SNSession::sessionID));
+  if (const std::string* sessionID = session->text(SNSession::sessionID)) {
+    event.set(SNEvent::sessionID, *sessionID);
+  }
   event.set(SNEvent::session, session);
 }
 

@@ -60,7 +60,7 @@ class EventStore {
   };
 
   Stored store(const NewEvent& event);
-  std::string attributesOf(const NewEvent& event);
+  std::string attributesOf(const NewEvent& event, const store::SNApplication& application);
   void associateWithSession(store::SNEvent& event, std::string_view action);
   std::int64_t authorizationStatus(const store::SNApplication& application);
   void countPending();

@@ -31,15 +31,29 @@ constexpr std::size_t statusColumnOf() {
   return EntityDescription::noStatus;
 }
 
+constexpr std::uint64_t columnsOfEachSave(std::span<const Column> all) {
+  std::uint64_t columns = 0;
+  for (std::size_t column = 0; column < all.size(); ++column) {
+    if (all[column].writeOut == WriteOut::eachSave) columns |= std::uint64_t{1} << column;
+  }
+  return columns;
+}
+
 template <class Record>
 constexpr EntityDescription describe(std::string_view name, std::span<const Index> indexes = {}) {
-  return {name, Record::columns, indexes, statusColumnOf<Record>(), &makeRecord<Record>};
+  return {name,
+          Record::columns,
+          indexes,
+          statusColumnOf<Record>(),
+          &makeRecord<Record>,
+          columnsOfEachSave(Record::columns)};
 }
 
 constexpr std::array indexesOfSNDevice = {Index{"SNDeviceByEntityID", "entityID"}};
 constexpr std::array indexesOfSNUser = {Index{"SNUserByUserID", "userID"}};
-constexpr std::array indexesOfSNEvent = {Index{"SNEventToReport", "id", "status IS NOT 0"},
-                                         Index{"SNEventWithoutCategory", "id", "category IS NULL"}};
+// One for the few rows that either condition holds for: each index costs every event that is stored.
+constexpr std::array indexesOfSNEvent = {
+    Index{"SNEventToHandle", "id", "status IS NOT 0 OR category IS NULL"}};
 constexpr std::array indexesOfSNInboxItem = {Index{"SNInboxItemByCampaignID", "campaignID"}};
 constexpr std::array indexesOfSNInAppCampaigns = {Index{"SNInAppCampaignsByID", "campaignID"}};
 

@@ -4,6 +4,8 @@
 
 #include <sqlite3.h>
 
+#include "store/sqlite/LogGathering.h"
+
 namespace sorn::store::sqlite {
 
 Statement::~Statement() { sqlite3_finalize(handle_); }
@@ -91,7 +93,7 @@ bool Database::open(const std::filesystem::path& file) {
   constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW;
   // This file system layer holds one exclusive lock while the file is open instead of taking locks again and
   // again, and keeps the log's index in memory, where the connections of this process share it.
-  if (sqlite3_open_v2(file.c_str(), &handle_, flags, "unix-excl") != SQLITE_OK) {
+  if (sqlite3_open_v2(file.c_str(), &handle_, flags, logGatheringLayer()) != SQLITE_OK) {
     close();
     return false;
   }

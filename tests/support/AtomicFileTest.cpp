@@ -1,0 +1,104 @@
+#include <algorithm>
+#include <csignal>
+#include <set>
+#include <thread>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "linux/TemporaryFolder.h"
+#include "support/AtomicFile.h"
+
+namespace sorn::support {
+
+namespace {
+
+using Names = std::set<std::string>;
+
+Names namesIn(const testing::TemporaryFolder& folder) {
+  Names names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+    names.insert(entry.path().filename());
+  }
+  return names;
+}
+
+// A process that the system ends after the thousandth byte of its file.
+void dieWhileWriting(const std::filesystem::path& file) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const rlimit none{0, 0};
+    ::setrlimit(RLIMIT_CORE, &none);
+    const rlimit thousand{1000, 1000};
+    ::setrlimit(RLIMIT_FSIZE, &thousand);
+    std::signal(SIGXFSZ, SIG_DFL);
+    static_cast<void>(writeAtomically(file, std::string(2000, 'x')));
+    ::_exit(0);
+  }
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  ASSERT_TRUE(WIFSIGNALED(status)) << "it was to die in the middle";
+}
+
+}  // namespace
+
+TEST(AtomicFile, WhatADeadProcessLeftGoesWithTheNextWrite) {
+  const testing::TemporaryFolder folder;
+  ASSERT_FALSE(writeAtomically(folder / "file", "one"));
+  for (int death = 0; death < 3; ++death) dieWhileWriting(folder / "file");
+  EXPECT_EQ(folder.read("file"), "one");
+  EXPECT_EQ(namesIn(folder).size(), 2u) << "the next attempt cleared the one before";
+  ASSERT_FALSE(writeAtomically(folder / "other", "two"));
+  EXPECT_EQ(namesIn(folder).size(), 3u) << "that of another file is not looked for";
+  ASSERT_FALSE(writeAtomically(folder / "file", "three"));
+  EXPECT_EQ(namesIn(folder), (Names{"file", "other"}));
+}
+
+TEST(AtomicFile, TemporaryOfALivingWriterAndFilesOfOthersStay) {
+  const testing::TemporaryFolder folder;
+  const Names others = {".file.backup", ".file.sorn-",        ".file.sorn-abcde", ".file.sorn-abcdefg",
+                        ".file",        ".files.sorn-abcdef", "file.sorn-abcdef", ".sorn-abcdef"};
+  for (const std::string& name : others) folder.write(name, "mine");
+  std::filesystem::create_directory(folder / ".file.sorn-folder");
+  std::filesystem::create_symlink(folder / ".file", folder / ".file.sorn-linked");
+  ::mkfifo((folder / ".file.sorn-afifo1").c_str(), 0600);
+  const std::filesystem::path live = folder.write(".file.sorn-ABC123", "half");
+  const int writer = ::open(live.c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(::flock(writer, LOCK_EX), 0);
+  ASSERT_FALSE(writeAtomically(folder / "file", "one"));
+  EXPECT_TRUE(std::filesystem::exists(live));
+  ::close(writer);
+  ASSERT_FALSE(writeAtomically(folder / "file", "two"));
+  EXPECT_FALSE(std::filesystem::exists(live));
+  const Names left = namesIn(folder);
+  EXPECT_TRUE(std::ranges::includes(left, others));
+  EXPECT_TRUE(left.contains(".file.sorn-folder"));
+  EXPECT_TRUE(left.contains(".file.sorn-linked"));
+  EXPECT_EQ(folder.read("file"), "two");
+}
+
+TEST(AtomicFile, WritersSideBySideDoNotTakeEachOtherForDead) {
+  const testing::TemporaryFolder folder;
+  std::atomic<int> failures = 0;
+  std::vector<std::thread> writers;
+  writers.reserve(4);
+  for (int writer = 0; writer < 4; ++writer) {
+    writers.emplace_back([&, writer] {
+      const std::string content(5000, static_cast<char>('a' + writer));
+      for (int round = 0; round < 200; ++round) {
+        if (writeAtomically(folder / "file", content, platform::Durability::process)) ++failures;
+        const std::string read = folder.read("file");
+        if (read.size() != 5000 || read.find_first_not_of(read[0]) != std::string::npos) ++failures;
+      }
+    });
+  }
+  for (auto& writer : writers) writer.join();
+  EXPECT_EQ(failures, 0);
+  EXPECT_EQ(namesIn(folder), Names{"file"});
+}
+
+}  // namespace sorn::support
