@@ -40,14 +40,29 @@ void Diagnostics::onPresented(std::function<void(const std::string&)> presented)
 }
 
 void Diagnostics::waitUntilIdle() {
-  // Each kind of thread may give work to the others, so all must be found idle one after another.
+  // Each kind of thread may give work to the others: a task's block on the store's queue may select a
+  // campaign, which is presented on the main queue, where the host may log an event, which selects the next
+  // one.
   do {
     library_.tasks().waitUntilIdle();
-    std::promise<void> mainQueueRan;
-    library_.ports().mainQueue->post([&] { mainQueueRan.set_value(); });
-    mainQueueRan.get_future().wait();
-    library_.context().performBlockAndWait([] {});
+    waitForStore();
+    for (int pass = 0; pass < 2; ++pass) {
+      waitForMainQueue();
+      waitForStore();
+    }
   } while (!library_.tasks().isIdle());
+}
+
+void Diagnostics::waitForStore() {
+  library_.context().performBlockAndWait([] {});
+}
+
+void Diagnostics::waitForMainQueue() {
+  std::promise<void> mainQueueRan;
+  // Delayed by nothing, so as to stand behind what is due as well as behind what is not delayed at all.
+  library_.ports().mainQueue->postAfter(std::chrono::duration<double>::zero(),
+                                        [&] { mainQueueRan.set_value(); });
+  mainQueueRan.get_future().wait();
 }
 
 std::optional<double> Diagnostics::secondsToNextTimer() {

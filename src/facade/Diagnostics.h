@@ -38,6 +38,9 @@ class Diagnostics {
   std::optional<double> secondsToNextTimer();
 
  private:
+  void waitForStore();
+  void waitForMainQueue();
+
   Library& library_;
 };
 

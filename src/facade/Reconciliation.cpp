@@ -78,6 +78,8 @@ Reconciliation::Findings Reconciliation::compare() {
   if (!findings.isSame) {
     logDifferences(stored, findings.current);
     database_.deviceSynchronisation(findings.current);
+    // A record that had no status has just been given one, and with it the service's ignorance of it.
+    if (!findings.status) findings.status = ServerStatusState::pending;
   }
   return findings;
 }

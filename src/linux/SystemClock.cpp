@@ -1,7 +1,6 @@
 #include "linux/SystemClock.h"
 
 #include <chrono>
-#include <utility>
 
 namespace sorn::headless {
 
@@ -21,9 +20,9 @@ platform::Monotonic ManualClock::monotonic() const {
   return monotonic_;
 }
 
-void ManualClock::setObserver(std::function<void()> moved) {
+void ManualClock::setObserver(const std::function<void()>& moved) {
   const std::lock_guard lock(mutex_);
-  moved_ = std::move(moved);
+  moved_ = moved;
 }
 
 void ManualClock::advance(platform::Monotonic by) {

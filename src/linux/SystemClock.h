@@ -22,7 +22,7 @@ class ManualClock final : public platform::Clock {
   Date now() const override;
   platform::Monotonic monotonic() const override;
   bool runsByItself() const override { return false; }
-  void setObserver(std::function<void()> moved) override;
+  void setObserver(const std::function<void()>& moved) override;
 
   // Moves both clocks forward.
   void advance(platform::Monotonic by);

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <fcntl.h>
@@ -26,6 +28,7 @@ class ChildProcess {
     posix_spawn_file_actions_adddup2(&actions, input[0], 0);
     posix_spawn_file_actions_adddup2(&actions, output[1], 1);
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
     const int result = ::posix_spawn(&process_, argv[0], &actions, nullptr, argv.data(), environ);
@@ -50,6 +53,21 @@ class ChildProcess {
     char byte = 0;
     while (::read(output_, &byte, 1) == 1 && byte != '\n') line += byte;
     return line;
+  }
+  // Waits for its end, at most so long, and gives its exit status; less than 0 when a signal ended it or it
+  // had to be killed.
+  int wait(std::chrono::seconds longest = std::chrono::seconds(30)) {
+    const auto end = std::chrono::steady_clock::now() + longest;
+    int status = 0;
+    while (::waitpid(process_, &status, WNOHANG) == 0) {
+      if (std::chrono::steady_clock::now() > end) {
+        kill();
+        return -SIGKILL;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    process_ = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
   }
   // Ends the process without a chance to tidy up.
   void kill() {

@@ -2,7 +2,6 @@
 
 #include <functional>
 #include <mutex>
-#include <utility>
 
 #include "sorn/platform/Clock.h"
 
@@ -22,9 +21,9 @@ class FakeClock : public platform::Clock {
     return platform::Monotonic(monotonic_);
   }
   bool runsByItself() const override { return false; }
-  void setObserver(std::function<void()> moved) override {
+  void setObserver(const std::function<void()>& moved) override {
     const std::lock_guard lock(mutex_);
-    moved_ = std::move(moved);
+    moved_ = moved;
   }
 
   // Lets time pass on both clocks.

@@ -15,6 +15,8 @@ class RawDatabase {
   explicit RawDatabase(const std::filesystem::path& file) {
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
     if (sqlite3_open_v2(file.c_str(), &handle_, flags, "unix-excl") != SQLITE_OK) fail();
+    // The store may be writing, or moving its log into the file.
+    sqlite3_busy_timeout(handle_, 10'000);
   }
   ~RawDatabase() { sqlite3_close_v2(handle_); }
   RawDatabase(const RawDatabase&) = delete;

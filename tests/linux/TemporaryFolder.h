@@ -29,7 +29,7 @@ class TemporaryFolder {
 
   // Writes a file, with the folders above it.
   std::filesystem::path write(std::string_view name, std::string_view bytes) const {
-    const std::filesystem::path file = path_ / name;
+    std::filesystem::path file = path_ / name;
     std::filesystem::create_directories(file.parent_path());
     std::ofstream(file, std::ios::binary) << bytes;
     return file;

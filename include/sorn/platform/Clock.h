@@ -22,7 +22,7 @@ class Clock {
   // Whether the clocks move by themselves. When they do not, timers wait for the observer's call.
   virtual bool runsByItself() const { return true; }
   // A clock that is moved by hand calls this after each move; a real one never does.
-  virtual void setObserver(std::function<void()> /*moved*/) {}
+  virtual void setObserver(const std::function<void()>& /*moved*/) {}
 };
 
 }  // namespace sorn::platform

@@ -1,0 +1,313 @@
+#include <thread>
+
+#include "fakes/ServiceFixture.h"
+
+namespace sorn::facade {
+
+using ::testing::IsEmpty;
+using tests::answer;
+
+namespace {
+
+constexpr const char* activate = "user/activate/json";
+constexpr const char* activateAnonymous = "user/activate-anonymous/json";
+constexpr const char* preferences = "ios/preferences/save/json";
+
+}  // namespace
+
+// A library whose default user the service already knows.
+class UsersTest : public tests::ServiceFixture {
+ protected:
+  UsersTest() {
+    launch();
+    library_->database().currentApplication();
+    library_->database().loginDefaultUser();
+    library_->database().userStatus(store::ServerStatusState::isTrue);
+    listenToUsers();
+  }
+  // The services die before this fixture's members do.
+  void TearDown() override { library_.reset(); }
+
+  // Users whose inbox fetches can be counted.
+  void listenToUsers() {
+    Users::Signals signals;
+    signals.record = [this](const sync::NewEvent& event) { library_->record(event); };
+    signals.fetchInbox = [this] { ++inboxFetches_; };
+    users_ = std::make_unique<Users>(library_->database(), library_->client(), library_->tasks(),
+                                     library_->logger(), std::move(signals));
+  }
+  // Logs in and gives the error that the completion gets.
+  std::optional<SornError> login(const std::string& id) {
+    std::promise<std::exception_ptr> completed;
+    users_->loginUser(id, [&](const std::exception_ptr& error) { completed.set_value(error); });
+    const std::exception_ptr error = completed.get_future().get();
+    settle();
+    try {
+      if (error) std::rethrow_exception(error);
+    } catch (const SornError& refusal) {
+      return refusal;
+    }
+    return std::nullopt;
+  }
+  std::optional<SornError> registerTags(const std::vector<std::string>& tags) {
+    try {
+      users_->registerPreferences(tags);
+    } catch (const SornError& refusal) {
+      return refusal;
+    }
+    settle();
+    return std::nullopt;
+  }
+  std::string activeUser() {
+    return stored("SELECT userID FROM SNUser WHERE id = (SELECT activeUser FROM SNApplication)");
+  }
+  std::string statusOf(const std::string& userID) {
+    return stored("SELECT status FROM SNUser WHERE userID = '" + userID + "'");
+  }
+  // The users of the login events, in order.
+  std::string loginEvents() {
+    return stored(
+        "SELECT userID FROM SNEvent e JOIN SNUser u ON e.user = u.id WHERE action = '+LOGIN' "
+        "ORDER BY e.id");
+  }
+
+  std::unique_ptr<Users> users_;
+  std::atomic<int> inboxFetches_ = 0;
+};
+
+TEST_F(UsersTest, DefaultUserIsTheDevicesOwnNumber) {
+  const std::string identifier = *library_->database().entityIdentifier();
+  ASSERT_EQ(identifier.size(), 3u + 2u + 36u);
+  EXPECT_EQ("key::" + users_->defaultUser(), identifier);
+}
+
+TEST_F(UsersTest, LoginStoresTellsAndRecordsInThisOrder) {
+  hold(activate);
+  EXPECT_FALSE(login("ann"));
+  EXPECT_EQ(activeUser(), "ann");
+  EXPECT_EQ(statusOf("ann"), "0");
+  EXPECT_EQ(stored("SELECT lastInboxAccess FROM SNUser WHERE userID = 'ann'"), "0.0");
+  EXPECT_EQ(loginEvents(), "ann");
+  EXPECT_EQ(stored("SELECT category FROM SNEvent WHERE action = '+LOGIN'"), "NO_CATEGORY");
+  ASSERT_EQ(calls(activate).size(), 1u) << "the completion waits for no answer";
+  EXPECT_EQ(calls(activate)[0]["user_id"], "ann");
+  EXPECT_EQ(calls(activate)[0]["entity_id"], *library_->database().entityIdentifier());
+  EXPECT_EQ(inboxFetches_, 0);
+  answerCall(activate, answer(200));
+  EXPECT_EQ(statusOf("ann"), "1");
+  EXPECT_EQ(inboxFetches_, 1);
+}
+
+TEST_F(UsersTest, FailedCallIsLeftToTheMaintenanceAndTheInboxIsFetchedAllTheSame) {
+  for (const Result& refusal : {answer(500), answer(200, "?"), Result(platform::TransportError{-1009})}) {
+    respond(activate, refusal);
+    const int fetchesBefore = inboxFetches_;
+    EXPECT_FALSE(login("ann"));
+    EXPECT_EQ(statusOf("ann"), "-1");
+    EXPECT_EQ(inboxFetches_, fetchesBefore + 1);
+  }
+  respond(activate, answer(200));
+  library_->maintenance().maintain();
+  settle();
+  EXPECT_EQ(statusOf("ann"), "1");
+}
+
+TEST_F(UsersTest, LoginOfTheActiveUserDoesNothingOnceTheServiceHasTakenIt) {
+  hold(activate);
+  login("ann");
+  login("ann");
+  EXPECT_EQ(calls(activate).size(), 2u) << "no answer yet";
+  EXPECT_EQ(loginEvents(), "ann,ann");
+  answerCall(activate, answer(500));
+  login("ann");
+  EXPECT_EQ(calls(activate).size(), 3u) << "the last call failed";
+  answerCall(activate, answer(200));
+  EXPECT_FALSE(login("ann"));
+  EXPECT_EQ(calls(activate).size(), 3u);
+  EXPECT_EQ(loginEvents(), "ann,ann,ann");
+  EXPECT_EQ(logged("User ann already logged in. Nothing to do..."), 1u);
+}
+
+TEST_F(UsersTest, LateAnswerGoesToTheUserItWasAskedFor) {
+  hold(activate);
+  login("ann");
+  respond(activate, answer(200));
+  login("bea");
+  answerCall(activate, answer(500));
+  EXPECT_EQ(statusOf("ann"), "-1");
+  EXPECT_EQ(statusOf("bea"), "1");
+  EXPECT_EQ(activeUser(), "bea");
+}
+
+TEST_F(UsersTest, UsersAreKeptAndComeBackAsTheSameRecord) {
+  login("ann");
+  plant("UPDATE SNUser SET lastInboxAccess = 77 WHERE userID = 'ann'");
+  login("bea");
+  die();
+  launch();
+  listenToUsers();
+  login("ann");
+  EXPECT_EQ(stored("SELECT count(*) FROM SNUser"), "3");
+  EXPECT_EQ(stored("SELECT lastInboxAccess FROM SNUser WHERE userID = 'ann'"), "77.0");
+}
+
+TEST_F(UsersTest, IdentifiersOfFiveHundredBytesAreRefused) {
+  struct Case {
+    std::string id;
+    bool isTaken;
+  };
+  std::string manyBytes;
+  for (int count = 0; count < 250; ++count) manyBytes += "\xC3\xA9";
+  const Case cases[] = {{"", true},
+                        {std::string(499, 'u'), true},
+                        {std::string(500, 'u'), false},
+                        {std::string(501, 'u'), false},
+                        {manyBytes, false},
+                        {manyBytes.substr(2), true}};
+  for (const Case& each : cases) {
+    const std::size_t callsBefore = calls(activate).size();
+    const auto refusal = login(each.id);
+    EXPECT_EQ(!refusal, each.isTaken) << each.id.size();
+    EXPECT_EQ(calls(activate).size(), callsBefore + (each.isTaken ? 1 : 0)) << each.id.size();
+    if (refusal) {
+      EXPECT_EQ(refusal->code(), SornError::Code::maxUserIDReached);
+      EXPECT_EQ(refusal->supplied(), std::to_string(each.id.size()));
+      EXPECT_EQ(refusal->max(), 500u);
+    }
+  }
+}
+
+TEST_F(UsersTest, StoreThatCannotSaveStillLogsIn) {
+  plant("CREATE TRIGGER no BEFORE INSERT ON SNUser BEGIN SELECT RAISE(ABORT, 'no'); END");
+  EXPECT_FALSE(login("ann"));
+  EXPECT_EQ(calls(activate).size(), 1u);
+  plant("DROP TRIGGER no");
+  library_->database().saveContext();
+  EXPECT_EQ(activeUser(), "ann");
+  EXPECT_EQ(statusOf("ann"), "1");
+}
+
+TEST_F(UsersTest, NamingTheDefaultUserIsAnAnonymousLogin) {
+  login("ann");
+  const std::string id = users_->defaultUser();
+  login(id);
+  ASSERT_EQ(calls(activateAnonymous).size(), 1u);
+  EXPECT_EQ(calls(activateAnonymous)[0]["user_id"], id);
+  EXPECT_EQ(calls(activate).size(), 1u);
+}
+
+TEST_F(UsersTest, LogoutReportsItselfAsALoginOfTheDefaultUserWithoutFetchingTheInbox) {
+  login("ann");
+  const int fetchesBefore = inboxFetches_;
+  hold(activateAnonymous);
+  users_->logoutUser();
+  settle();
+  EXPECT_EQ(activeUser(), users_->defaultUser());
+  EXPECT_EQ(loginEvents(), "ann," + users_->defaultUser());
+  EXPECT_EQ(statusOf(users_->defaultUser()), "0");
+  answerCall(activateAnonymous, answer(200));
+  EXPECT_EQ(statusOf(users_->defaultUser()), "1");
+  EXPECT_EQ(inboxFetches_, fetchesBefore);
+}
+
+TEST_F(UsersTest, SecondLogoutDoesNothingIfTheFirstWasAccepted) {
+  users_->logoutUser();
+  settle();
+  EXPECT_THAT(paths(), IsEmpty()) << "it is the default user already";
+  login("ann");
+  hold(activateAnonymous);
+  users_->logoutUser();
+  users_->logoutUser();
+  settle();
+  EXPECT_EQ(calls(activateAnonymous).size(), 2u) << "neither is accepted yet";
+  answerCall(activateAnonymous, answer(200));
+  users_->logoutUser();
+  settle();
+  EXPECT_EQ(calls(activateAnonymous).size(), 2u);
+}
+
+TEST_F(UsersTest, LoginsOfManyThreadsLeaveOneActiveUserTheLastToRecordItself) {
+  std::atomic<int> completions = 0;
+  std::vector<std::thread> threads;
+  threads.reserve(4);
+  for (int thread = 0; thread < 4; ++thread) {
+    threads.emplace_back([&, thread] {
+      for (int number = 0; number < 10; ++number) {
+        users_->loginUser(std::to_string(thread * 100 + number), [&](const std::exception_ptr& error) {
+          if (!error) ++completions;
+        });
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  settle();
+  EXPECT_EQ(completions, 40);
+  EXPECT_EQ(calls(activate).size(), 40u);
+  EXPECT_EQ(stored("SELECT count(*) FROM SNUser WHERE activeInApplication IS NOT NULL"), "1");
+  const std::string events = loginEvents();
+  EXPECT_EQ(events.substr(events.rfind(',') + 1), activeUser());
+}
+
+TEST_F(UsersTest, TagsAreLimitedInNumberAndInBytes) {
+  using Code = SornError::Code;
+  struct Case {
+    std::vector<std::string> tags;
+    std::optional<Code> refusal;
+  };
+  std::string wide;
+  for (int count = 0; count < 21; ++count) wide += "\xE2\x82\xAC";
+  const std::string sixty(60, 't');
+  std::vector<std::string> thirtyOne(31, "t");
+  thirtyOne[3] = std::string(61, 't');
+  std::vector<std::string> lastTooLong(30, sixty);
+  lastTooLong[29] += "t";
+  const Case cases[] = {{std::vector<std::string>(30, sixty), std::nullopt},
+                        {{}, std::nullopt},
+                        {{wide.substr(3)}, std::nullopt},
+                        {{wide}, Code::maxTagLengthReached},
+                        {lastTooLong, Code::maxTagLengthReached},
+                        {thirtyOne, Code::maxTagsReached},
+                        {std::vector<std::string>(31, ""), Code::maxTagsReached}};
+  std::size_t sent = 0;
+  for (const Case& each : cases) {
+    const auto refusal = registerTags(each.tags);
+    EXPECT_EQ(refusal ? std::optional(refusal->code()) : std::nullopt, each.refusal);
+    if (!each.refusal) {
+      ASSERT_EQ(calls(preferences).size(), ++sent);
+      EXPECT_EQ(calls(preferences).back()["tags"], each.tags);
+      EXPECT_EQ(nlohmann::json::parse(stored("SELECT tags FROM SNPreferences")), each.tags);
+    }
+    EXPECT_EQ(calls(preferences).size(), sent);
+  }
+}
+
+TEST_F(UsersTest, SameTagsInAnyOrderAreSentOnce) {
+  registerTags({"tea", "tiles", "tea"});
+  registerTags({"tiles", "tea"});
+  registerTags({"tea", "tiles", "tiles"});
+  EXPECT_EQ(calls(preferences).size(), 1u);
+  registerTags({"tea"});
+  registerTags({});
+  EXPECT_EQ(calls(preferences).size(), 3u);
+  registerTags({});
+  EXPECT_EQ(calls(preferences).size(), 3u);
+}
+
+TEST_F(UsersTest, TagsThatWereNotTakenAreSentAgain) {
+  hold(preferences);
+  registerTags({"tea"});
+  EXPECT_EQ(stored("SELECT status FROM SNPreferences"), "0");
+  registerTags({"tea"});
+  EXPECT_EQ(calls(preferences).size(), 2u) << "no answer yet";
+  answerCall(preferences, answer(503));
+  EXPECT_EQ(stored("SELECT status FROM SNPreferences"), "-1");
+  EXPECT_EQ(stored("SELECT tags FROM SNPreferences"), "[\"tea\"]");
+  library_->maintenance().maintain();
+  settle();
+  EXPECT_EQ(calls(preferences).size(), 3u);
+  answerCall(preferences, answer(200));
+  registerTags({"tea"});
+  EXPECT_EQ(calls(preferences).size(), 3u);
+}
+
+}  // namespace sorn::facade
