@@ -7,6 +7,7 @@
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 
+#include "draw/Halving.h"
 #include "draw/Handles.h"
 #include "draw/Picture.h"
 
@@ -106,8 +107,18 @@ Pixbuf decoded(std::string_view bytes, const char* decoder) {
   return Pixbuf(pixbuf == nullptr ? nullptr : gdk_pixbuf_apply_embedded_orientation(pixbuf));
 }
 
-std::uint32_t premultiplied(const guchar* pixel, bool hasAlpha) {
-  const std::uint32_t alpha = hasAlpha ? pixel[3] : 255;
+long long pixelsOf(cairo_surface_t* surface) {
+  return static_cast<long long>(cairo_image_surface_get_width(surface)) *
+         cairo_image_surface_get_height(surface);
+}
+
+std::uint32_t opaque(const guchar* pixel) {
+  return 0xFF000000U | static_cast<std::uint32_t>(pixel[0]) << 16 |
+         static_cast<std::uint32_t>(pixel[1]) << 8 | pixel[2];
+}
+
+std::uint32_t premultiplied(const guchar* pixel) {
+  const std::uint32_t alpha = pixel[3];
   const auto channel = [&](int i) { return (pixel[i] * alpha + 127) / 255; };
   return alpha << 24 | channel(0) << 16 | channel(1) << 8 | channel(2);
 }
@@ -123,7 +134,11 @@ Surface surfaceOf(const GdkPixbuf* pixbuf) {
     const guchar* from =
         gdk_pixbuf_read_pixels(pixbuf) + static_cast<std::ptrdiff_t>(y) * gdk_pixbuf_get_rowstride(pixbuf);
     std::uint32_t* to = rowOf(surface.get(), y);
-    for (int x = 0; x < width; ++x, from += channels) to[x] = premultiplied(from, hasAlpha);
+    if (hasAlpha) {
+      for (int x = 0; x < width; ++x, from += channels) to[x] = premultiplied(from);
+    } else {
+      for (int x = 0; x < width; ++x, from += channels) to[x] = opaque(from);
+    }
   }
   cairo_surface_mark_dirty(surface.get());
   return surface;
@@ -134,10 +149,15 @@ Surface surfaceOf(const GdkPixbuf* pixbuf) {
 std::shared_ptr<const Picture> decodePicture(std::string_view bytes) {
   const char* decoder = decoderFor(bytes);
   if (decoder == nullptr || !hasItsEnd(bytes, decoder)) return nullptr;
-  const Pixbuf pixbuf = decoded(bytes, decoder);
+  Pixbuf pixbuf = decoded(bytes, decoder);
   if (!pixbuf) return nullptr;
+  const int width = gdk_pixbuf_get_width(pixbuf.get());
   Surface surface = surfaceOf(pixbuf.get());
-  return surface ? std::make_shared<const Picture>(surface.release()) : nullptr;
+  pixbuf.reset();
+  if (!surface) return nullptr;
+  while (pixelsOf(surface.get()) > mostKeptPixels) surface = halved(surface.get());
+  const double pixelsPerPoint = static_cast<double>(cairo_image_surface_get_width(surface.get())) / width;
+  return std::make_shared<const Picture>(surface.release(), pixelsPerPoint);
 }
 
 }  // namespace sorn::draw

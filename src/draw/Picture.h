@@ -13,6 +13,9 @@ namespace sorn::draw {
 
 // What a picture may hold at most. More is undecodable, and the header alone decides, before memory is taken.
 inline constexpr long long mostPicturePixels = 64'000'000;
+// What is kept of it at most: a larger one is halved until it fits, which on no screen but the largest can be
+// seen.
+inline constexpr long long mostKeptPixels = 16'000'000;
 // Cairo and Pixman count the pixels of a side in 15 bits.
 inline constexpr int longestPictureSide = 32'767;
 
