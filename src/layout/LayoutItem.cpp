@@ -8,6 +8,7 @@ namespace {
 
 // Answers kept of one box. Usual documents ask for three to six; past this the oldest give way.
 constexpr std::size_t longestMemory = 64;
+constexpr std::size_t usualMemory = 4;
 
 }  // namespace
 
@@ -15,6 +16,7 @@ Size LayoutItem::sizeFor(const Proposal& proposal) {
   for (const auto& [asked, size] : answers_ | std::views::reverse)
     if (asked == proposal) return size;
   const Size size = answer(proposal);
+  if (answers_.empty()) answers_.reserve(usualMemory);
   if (answers_.size() == longestMemory)
     answers_.erase(answers_.begin(), answers_.begin() + longestMemory / 2);
   answers_.emplace_back(proposal, size);

@@ -17,8 +17,9 @@ constexpr std::int64_t applicationID = 0x534F524E;
 constexpr std::int64_t schemaVersion = 1;
 // Beyond this many pages in the log, one pass runs within a save although nobody has rested.
 constexpr int longestLog = 4000;
-// After each so many further pages the worker has a go, although nobody has rested.
-constexpr int longLog = 800;
+// After each so many further pages the worker has a go, although nobody has rested: half-way, and shortly before
+// the pass within a save, which then finds little left to copy and to wait for.
+constexpr int longLog = 1850;
 
 std::string_view sqlType(ColumnType type) {
   switch (type) {
@@ -301,6 +302,7 @@ void PersistentStore::checkpointWhileQuiet() {
     return;
   }
   checkpointer_.checkpoint();
+  checkpointer_.flushToDisk();
 }
 
 }  // namespace sorn::store

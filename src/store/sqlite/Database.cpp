@@ -136,6 +136,12 @@ void Database::checkpoint() {
   if (handle_) sqlite3_wal_checkpoint_v2(handle_, nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
 }
 
+void Database::flushToDisk() {
+  sqlite3_file* file = nullptr;
+  if (!handle_ || sqlite3_file_control(handle_, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK) return;
+  if (file->pMethods) file->pMethods->xSync(file, SQLITE_SYNC_NORMAL | SQLITE_SYNC_DATAONLY);
+}
+
 std::string Database::lastError() const { return handle_ ? sqlite3_errmsg(handle_) : "not open"; }
 
 }  // namespace sorn::store::sqlite
