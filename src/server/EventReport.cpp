@@ -17,7 +17,7 @@ using store::RowView;
 using store::SNEvent;
 
 // Events written within one turn of the store's queue.
-constexpr std::size_t eventsInPiece = 128;
+constexpr std::size_t eventsInPiece = 64;
 
 constexpr std::string_view campaignSubtype = "campaign_subtype";
 constexpr std::string_view inAppStatus = "inapp_status";

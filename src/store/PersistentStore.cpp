@@ -17,8 +17,8 @@ constexpr std::int64_t applicationID = 0x534F524E;
 constexpr std::int64_t schemaVersion = 1;
 // Beyond this many pages in the log, one pass runs within a save although nobody has rested.
 constexpr int longestLog = 4000;
-// After each so many further pages the worker has a go, although nobody has rested: half-way, and shortly before
-// the pass within a save, which then finds little left to copy and to wait for.
+// After each so many further pages the worker has a go, although nobody has rested: half-way, and shortly
+// before the pass within a save, which then finds little left to copy and to wait for.
 constexpr int longLog = 1850;
 
 std::string_view sqlType(ColumnType type) {

@@ -138,7 +138,8 @@ void Database::checkpoint() {
 
 void Database::flushToDisk() {
   sqlite3_file* file = nullptr;
-  if (!handle_ || sqlite3_file_control(handle_, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK) return;
+  if (!handle_ || sqlite3_file_control(handle_, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK)
+    return;
   if (file->pMethods) file->pMethods->xSync(file, SQLITE_SYNC_NORMAL | SQLITE_SYNC_DATAONLY);
 }
 

@@ -75,7 +75,8 @@ class Database {
   int logPages() const { return logPages_; }
   // Copies what it can from the log into the database without waiting for anybody.
   void checkpoint();
-  // Has the system write what check-points have left in its memory, so that a later pass finds little to wait for.
+  // Has the system write what check-points have left in its memory, so that a later pass finds little to wait
+  // for.
   void flushToDisk();
 
   std::string lastError() const;
