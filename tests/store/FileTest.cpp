@@ -186,7 +186,7 @@ TEST(StoreFile, QuietMovesTheLogIntoTheDatabaseAndStartsItAfresh) {
       }
     });
   };
-  const auto isCheckpointed = [&](const char* count) {
+  const auto isCheckpointed = [&](const std::string& count) {
     // The database file without its log, as somebody finds it who copies that one alone.
     const auto copy = host.folder / "copy.sqlite";
     std::filesystem::copy_file(host.databaseFile(), copy, std::filesystem::copy_options::overwrite_existing);
@@ -196,16 +196,18 @@ TEST(StoreFile, QuietMovesTheLogIntoTheDatabaseAndStartsItAfresh) {
       return false;  // copied in the middle of the pass
     }
   };
+  // A round that begins in the last moment of a pass still goes behind the one before, so there are many.
   const std::string log = host.databaseFile().string() + "-wal";
   addEvents(200);
-  ASSERT_TRUE(tests::becomesTrue([&] { return isCheckpointed("200"); }));
   const auto sizeOfOneRound = std::filesystem::file_size(log);
-  for (const char* count : {"400", "600", "800", "1000", "1200", "1400"}) {
+  bool hasBegunAnew = false;
+  for (int events = 400; events <= 4000 && !hasBegunAnew; events += 200) {
+    ASSERT_TRUE(tests::becomesTrue([&] { return isCheckpointed(std::to_string(events - 200)); }));
+    const auto before = std::filesystem::file_size(log);
     addEvents(200);
-    ASSERT_TRUE(tests::becomesTrue([&] { return isCheckpointed(count); }));
+    hasBegunAnew = std::filesystem::file_size(log) < before + sizeOfOneRound / 2;
   }
-  // Seven rounds were written. A round that began in the last moment of a pass goes behind the one before.
-  EXPECT_LT(std::filesystem::file_size(log), 4 * sizeOfOneRound);
+  EXPECT_TRUE(hasBegunAnew);
 }
 
 TEST(StoreFile, LogStaysBoundedWhileNobodyRests) {
