@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # Renders the sample campaigns to docs/pictures, as the README shows them.
-#   scripts/render-examples.sh [TOOL]    TOOL: sorn-campaign, build/release/bin/sorn-campaign unless named
+#   scripts/render-examples.sh [TOOL [FOLDER]]    TOOL: sorn-campaign, build/release/bin/sorn-campaign unless named;
+#                                                 FOLDER: for the pictures, docs/pictures unless named
 set -euo pipefail
 cd "$(dirname "$0")/.."
 tool=${1:-build/release/bin/sorn-campaign}
+pictures=${2:-docs/pictures}
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
@@ -14,8 +16,8 @@ done
 
 # render FILE WIDTHxHEIGHT [ID]
 render() {
-  mkdir -p docs/pictures
-  "$tool" render "$folder/$1.json" --out "docs/pictures/${3:-$1}.png" --size "$2" --scale 1 --font Inter ${3:+--id "$3"}
+  mkdir -p "$pictures"
+  "$tool" render "$folder/$1.json" --out "$pictures/${3:-$1}.png" --size "$2" --scale 1 --font Inter ${3:+--id "$3"}
 }
 render full-screen 390x720
 render welcome-dialog 390x460

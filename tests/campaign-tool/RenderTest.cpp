@@ -1,10 +1,13 @@
 #include <cstdint>
+#include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
 
 #include <cairo.h>
 #include <gtest/gtest.h>
 
+#include "draw/GoldenPictures.h"
 #include "draw/Picture.h"
 #include "draw/Pixels.h"
 #include "fakes/ChildProcess.h"
@@ -102,6 +105,20 @@ TEST_F(Render, PicturesComeFromTheNetworkAndFromFiles) {
     ASSERT_EQ(tool("render a.json --out a.png --size 200x100"), 0) << errors();
     EXPECT_EQ(pixel("a.png", 100, 50) == 0xFF00FF00, isShown) << url;
   }
+}
+
+TEST_F(Render, TheSamplesLookAsTheirPicturesInTheDocumentation) {
+  const std::string command = SORN_RENDER_EXAMPLES " " SORN_CAMPAIGN_TOOL " " + folder_.path().string();
+  ASSERT_EQ(std::system(command.c_str()), 0);
+  int count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(SORN_SAMPLE_PICTURES)) {
+    const std::string name = entry.path().filename().string();
+    if (name.ends_with(".actual.png")) continue;
+    const draw::Pixels pixels = draw::readPicture(folder_ / name);
+    EXPECT_EQ(draw::differenceFromGolden(pixels, entry.path()), "") << name;
+    ++count;
+  }
+  EXPECT_GE(count, 9);
 }
 
 TEST_F(Render, BadInputIsToldAndLeavesNoPicture) {

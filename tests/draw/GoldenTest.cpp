@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "draw/GoldenPictures.h"
 #include "draw/TestPictures.h"
 
 namespace sorn::draw {
@@ -45,7 +46,7 @@ TEST(Golden, Dialog) {
       {.images = std::vector<ImageState>{decodePicture(
            pngOfStripes(90, 30, {{0.9, 0.6, 0.2, 1}, {0.95, 0.8, 0.4, 1}, {0.5, 0.7, 0.5, 1}}))},
        .scrollOffsets = {}});
-  EXPECT_EQ(differenceFromGolden(pixels, "dialog"), "");
+  EXPECT_EQ(differenceFromGolden(pixels, SORN_GOLDEN_FOLDER "/dialog.png"), "");
 }
 
 TEST(Golden, Texts) {
@@ -71,7 +72,9 @@ TEST(Golden, Texts) {
   cut.truncation = Truncation::middle;
   commands.emplace_back(
       text("A sentence that is longer than its two lines can ever hold", {80, 106, 66, 30}, cut));
-  EXPECT_EQ(differenceFromGolden(renderToPixels(listOf({150, 150}, commands), 2, {}), "texts"), "");
+  EXPECT_EQ(differenceFromGolden(renderToPixels(listOf({150, 150}, commands), 2, {}),
+                                 SORN_GOLDEN_FOLDER "/texts.png"),
+            "");
 }
 
 TEST(Golden, Shapes) {
@@ -89,7 +92,7 @@ TEST(Golden, Shapes) {
               fill({92, 100, 40, 36}, Color{0.1, 0.7, 0.3, 0.5}),
               fill({106, 110, 30, 26}, Color{0.9, 0.1, 0.5, 0.5}, RoundedCorners::all(5))}),
       2, {});
-  EXPECT_EQ(differenceFromGolden(pixels, "shapes"), "");
+  EXPECT_EQ(differenceFromGolden(pixels, SORN_GOLDEN_FOLDER "/shapes.png"), "");
 }
 
 TEST(Golden, Pictures) {
@@ -102,7 +105,7 @@ TEST(Golden, Pictures) {
                                          DrawImage{3, {3, 73, 64, 50}, documents::ImageContentMode::fit},
                                          DrawImage{1, {90, 110, 20, 20}, {}}}),
                      2, {.images = states, .scrollOffsets = {}, .spinnerTurn = 0.3});
-  EXPECT_EQ(differenceFromGolden(pixels, "pictures"), "");
+  EXPECT_EQ(differenceFromGolden(pixels, SORN_GOLDEN_FOLDER "/pictures.png"), "");
 }
 
 }  // namespace

@@ -50,8 +50,4 @@ std::string withOrientation(std::string jpeg, char orientation);
 // A valid PNG of one bit a pixel, all clear.
 std::string pngOfBits(int width, int height);
 
-// Empty when the picture looks like the golden one of that name, but for what another version of the text
-// rasteriser changes along edges; else what differs, and where the picture was written.
-std::string differenceFromGolden(const Pixels& pixels, const std::string& name);
-
 }  // namespace sorn::draw

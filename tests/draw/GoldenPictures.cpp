@@ -1,0 +1,84 @@
+#include "draw/GoldenPictures.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+
+#include "draw/Handles.h"
+
+namespace sorn::draw {
+
+Pixels readPicture(const std::filesystem::path& path) {
+  const Surface surface(cairo_image_surface_create_from_png(path.c_str()));
+  if (!isSound(surface)) return {};
+  const Surface copy = imageSurface(cairo_image_surface_get_width(surface.get()),
+                                    cairo_image_surface_get_height(surface.get()));
+  const Drawing context(cairo_create(copy.get()));
+  cairo_set_source_surface(context.get(), surface.get(), 0, 0);
+  cairo_paint(context.get());
+  cairo_surface_flush(copy.get());
+  Pixels pixels{cairo_image_surface_get_width(copy.get()), cairo_image_surface_get_height(copy.get()), {}};
+  const auto* data =
+      static_cast<const std::uint32_t*>(static_cast<const void*>(cairo_image_surface_get_data(copy.get())));
+  pixels.argb.assign(data, data + static_cast<std::ptrdiff_t>(pixels.width) * pixels.height);
+  return pixels;
+}
+
+namespace {
+
+int channel(std::uint32_t pixel, int shift) { return static_cast<int>(pixel >> shift & 0xFF); }
+
+// The difference of two pictures around a pixel, of the mean over three by three: glyphs that are drawn a
+// little bolder or moved by a fraction of a pixel change single pixels much, their surroundings little.
+double differenceAround(const Pixels& a, const Pixels& b, int x, int y, int shift) {
+  int sum = 0;
+  for (int dy = -1; dy <= 1; ++dy) {
+    for (int dx = -1; dx <= 1; ++dx) {
+      sum += channel(a.at(x + dx, y + dy), shift) - channel(b.at(x + dx, y + dy), shift);
+    }
+  }
+  return std::abs(sum) / 9.0;
+}
+
+struct Difference {
+  double mean = 0;
+  double largest = 0;
+  int x = 0;
+  int y = 0;
+};
+
+Difference differenceOf(const Pixels& a, const Pixels& b) {
+  Difference difference;
+  for (int y = 0; y < a.height; ++y) {
+    for (int x = 0; x < a.width; ++x) {
+      for (int shift = 0; shift < 32; shift += 8) {
+        difference.mean += std::abs(channel(a.at(x, y), shift) - channel(b.at(x, y), shift));
+        const double here = differenceAround(a, b, x, y, shift);
+        if (here > difference.largest) difference = {difference.mean, here, x, y};
+      }
+    }
+  }
+  difference.mean /= 4.0 * a.width * a.height;
+  return difference;
+}
+
+}  // namespace
+
+std::string differenceFromGolden(const Pixels& pixels, const std::filesystem::path& golden) {
+  constexpr double mostMean = 1;
+  constexpr double mostAround = 40;
+  const Pixels kept = readPicture(golden);
+  std::string message = "another size";
+  if (kept.width == pixels.width && kept.height == pixels.height) {
+    const Difference difference = differenceOf(kept, pixels);
+    if (difference.mean <= mostMean && difference.largest <= mostAround) return {};
+    message = "mean " + std::to_string(difference.mean) + ", largest " + std::to_string(difference.largest) +
+              " around " + std::to_string(difference.x) + ", " + std::to_string(difference.y);
+  }
+  std::filesystem::path actual = golden;
+  actual.replace_extension(".actual.png");
+  if (!writePng(pixels, actual.string())) return message;
+  return message + "; drawn now: " + actual.string();
+}
+
+}  // namespace sorn::draw
