@@ -1,0 +1,118 @@
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "draw/AsyncImageView.h"
+#include "draw/Picture.h"
+#include "draw/TestPictures.h"
+
+namespace sorn::draw {
+namespace {
+
+// Keeps what is asked for until the test answers it.
+class HeldSource : public layout::ImageSource {
+ public:
+  std::unique_ptr<Fetch> fetch(const std::string& url, Completion completion) override {
+    class Held : public Fetch {
+     public:
+      Held(int& ended) : ended_(ended) {}
+      ~Held() override { ++ended_; }
+
+     private:
+      int& ended_;
+    };
+    open[url] = std::move(completion);
+    return std::make_unique<Held>(ended);
+  }
+
+  std::map<std::string, Completion> open;
+  int ended = 0;
+};
+
+class HeldQueue : public platform::MainQueue {
+ public:
+  void post(std::function<void()> work) override { works_.push_back(std::move(work)); }
+  void postAfter(std::chrono::duration<double>, std::function<void()> work) override {
+    post(std::move(work));
+  }
+  void run() {
+    for (const auto& work : std::exchange(works_, {})) work();
+  }
+
+ private:
+  std::vector<std::function<void()>> works_;
+};
+
+class ImageView : public ::testing::Test {
+ protected:
+  std::unique_ptr<AsyncImageView> view(std::optional<std::string> url) {
+    return std::make_unique<AsyncImageView>(source_, queue_, std::move(url),
+                                            [this](const AsyncImageView&) { ++redraws_; });
+  }
+
+  HeldSource source_;
+  std::shared_ptr<HeldQueue> queue_ = std::make_shared<HeldQueue>();
+  int redraws_ = 0;
+};
+
+TEST_F(ImageView, SpinsUntilThePictureIsThere) {
+  const auto shown = view("a");
+  shown->load();
+  EXPECT_TRUE(shown->isLoading());
+  EXPECT_EQ(shown->nativeAspectRatio(), std::nullopt);
+  source_.open.at("a")(pngOfStripes(90, 30, {red}));
+  EXPECT_EQ(redraws_, 0);  // decoded, but only the main queue touches the view
+  queue_->run();
+  EXPECT_EQ(redraws_, 1);
+  EXPECT_FALSE(shown->isLoading());
+  EXPECT_EQ(shown->nativeAspectRatio(), 3);
+}
+
+TEST_F(ImageView, WhatCannotBeShownIsThePlaceholder) {
+  const auto without = view(std::nullopt);
+  without->load();
+  EXPECT_FALSE(without->isLoading());
+  EXPECT_EQ(without->picture(), brokenPicture().get());
+  EXPECT_TRUE(source_.open.empty());
+  for (const std::optional<std::string>& answer :
+       {std::optional<std::string>(), std::optional<std::string>("<html>404</html>")}) {
+    const auto broken = view("a");
+    broken->load();
+    source_.open.at("a")(answer);
+    queue_->run();
+    EXPECT_EQ(broken->picture(), brokenPicture().get());
+    EXPECT_EQ(broken->nativeAspectRatio(), 1);
+  }
+  EXPECT_EQ(redraws_, 3);
+}
+
+TEST_F(ImageView, AnEndDuringALoadTouchesNothing) {
+  auto ending = view("a");
+  ending->load();
+  source_.open.at("a")(pngOfStripes(9, 3, {red}));
+  ending.reset();
+  EXPECT_EQ(source_.ended, 1);
+  queue_->run();
+  EXPECT_EQ(redraws_, 0);
+}
+
+TEST_F(ImageView, AnotherAddressTakesThePlaceOfALoadThatIsUnderWay) {
+  const auto shown = view("a");
+  shown->load();
+  shown->update("b");
+  EXPECT_EQ(source_.ended, 1);
+  source_.open.at("a")(pngOfStripes(90, 30, {red}));
+  queue_->run();
+  EXPECT_TRUE(shown->isLoading());
+  source_.open.at("b")(pngOfStripes(20, 10, {red}));
+  queue_->run();
+  EXPECT_EQ(shown->nativeAspectRatio(), 2);
+}
+
+}  // namespace
+}  // namespace sorn::draw
