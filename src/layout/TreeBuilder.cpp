@@ -80,7 +80,8 @@ TreeBuilder::Item TreeBuilder::stackOf(const SornView& node, std::size_t index) 
   const bool isRow = node.viewType == SornViewType::row;
   const Stack::Options options{isRow ? Axis::horizontal : Axis::vertical, childAlignment(node), 0};
   Item stack = std::make_unique<Stack>(options, childrenOf(node, index), *tree_.budget_);
-  return isRow ? std::make_unique<IdealHeight>(std::move(stack)) : std::move(stack);
+  if (isRow) stack = std::make_unique<IdealHeight>(std::move(stack));
+  return stack;
 }
 
 // A label of one view is that view, of several a centred row; without any, the title lies centred on a clear

@@ -37,6 +37,11 @@ std::string colored(const std::string& color) {
 
 class Render : public ::testing::Test {
  protected:
+  // Fontconfig keeps what it has read of the system's fonts until the process ends.
+  static void SetUpTestSuite() {
+    ::setenv("LSAN_OPTIONS", "print_suppressions=0:suppressions=" SORN_LEAK_SUPPRESSIONS, 1);
+  }
+
   // The tool's exit status; its output and errors lie in files.
   int tool(const std::string& arguments) const {
     const std::string line =

@@ -30,8 +30,9 @@ struct Question {
 
 template <class Value>
 bool take(std::optional<Value> read, Value& value) {
-  if (read) value = *std::move(read);
-  return read.has_value();
+  if (!read) return false;
+  value = *std::move(read);
+  return true;
 }
 
 std::optional<double> readScale(std::string_view text) {
