@@ -163,7 +163,7 @@ std::optional<std::string> DeviceManager::readIdentifier() {
 std::string DeviceManager::makeIdentifier() {
   const auto credentials = account_.credentials();
   if (!credentials) support::fault("an application key before a device identifier is made");
-  const std::string identifier = credentials->applicationKey + "::" + support::makeUuid();
+  std::string identifier = credentials->applicationKey + "::" + support::makeUuid();
   // Under both keys: an older version of this library still finds it.
   for (const std::string_view suffix : {firstGeneration, secondGeneration}) {
     const std::string key = keyOf(suffix);

@@ -78,7 +78,7 @@ std::string Sorn::defaultUser() const { return library_.users().defaultUser(); }
 std::future<void> Sorn::loginUser(std::string id) {
   auto promise = std::make_shared<std::promise<void>>();
   std::future<void> future = promise->get_future();
-  loginUser(std::move(id), [promise](std::exception_ptr error) {
+  loginUser(std::move(id), [promise](const std::exception_ptr& error) {
     if (error) {
       promise->set_exception(error);
     } else {
@@ -88,6 +88,8 @@ std::future<void> Sorn::loginUser(std::string id) {
   return future;
 }
 
+// The identifier is taken by value, as the public interface has it for both forms.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void Sorn::loginUser(std::string id, std::function<void(std::exception_ptr)> completion) {
   library_.refuseAfterFork();
   library_.users().loginUser(id, std::move(completion));

@@ -38,7 +38,7 @@ std::string Users::defaultUser() {
 
 void Users::loginUser(const std::string& id, Completion completion) {
   logger_.log(LogLevel::info, [&] { return "Attempting to login user: " + id; });
-  const auto complete = [this](Completion answer, std::exception_ptr error) {
+  const auto complete = [this](Completion answer, const std::exception_ptr& error) {
     if (answer) tasks_.post([answer = std::move(answer), error] { answer(error); });
   };
   if (id.size() >= maxUserIDLength) {

@@ -155,11 +155,11 @@ bool PersistentStore::createMissing(const EntityDescription& entity) {
   const bool isWhole = present == static_cast<std::int64_t>(entity.columns.size());
   for (const Column& column : isWhole ? std::span<const Column>() : entity.columns) {
     const std::string name(column.name);
-    const std::string isThere =
-        "SELECT count(*) FROM pragma_table_info('" + table + "') WHERE name = '" + name + "'";
+    std::string isThere = "SELECT count(*) FROM pragma_table_info('";
+    isThere.append(table).append("') WHERE name = '").append(name).append("'");
     if (database_.integer(isThere) == 1) continue;
-    const std::string add =
-        "ALTER TABLE " + table + " ADD COLUMN " + name + std::string(sqlType(column.type));
+    std::string add = "ALTER TABLE ";
+    add.append(table).append(" ADD COLUMN ").append(name).append(sqlType(column.type));
     succeeded = succeeded && database_.execute(add.c_str());
   }
   for (const Index& index : entity.indexes) {

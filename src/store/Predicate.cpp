@@ -46,17 +46,17 @@ bool holds(Predicate::Comparison comparison, const Cell& cell, const Cell& value
   const std::partial_ordering result = order(cell, value);
   switch (comparison) {
     case equal:
-      return result == 0;
+      return std::is_eq(result);
     case notEqual:
-      return result != 0;
+      return std::is_neq(result);
     case less:
-      return result < 0;
+      return std::is_lt(result);
     case lessOrEqual:
-      return result <= 0;
+      return std::is_lteq(result);
     case greater:
-      return result > 0;
+      return std::is_gt(result);
     case greaterOrEqual:
-      return result >= 0;
+      return std::is_gteq(result);
   }
   return false;
 }

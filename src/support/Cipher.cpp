@@ -58,7 +58,7 @@ CipherResult tryCrypt(std::string_view key, std::string_view iv, CipherOperation
     return {CipherStatus::parameter, {}};
   }
   if (EVP_CipherFinal_ex(context.get(), target + moved, &last) != 1) return {CipherStatus::decode, {}};
-  output.resize(static_cast<std::size_t>(moved + last));
+  output.resize(static_cast<std::size_t>(moved) + static_cast<std::size_t>(last));
   return {CipherStatus::success, std::move(output)};
 }
 

@@ -27,6 +27,7 @@ class Explain : public ::testing::Test {
 
   Run run(std::vector<std::string> arguments) {
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size());
     for (std::string& argument : arguments) pointers.push_back(argument.data());
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();

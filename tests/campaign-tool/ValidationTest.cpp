@@ -10,7 +10,6 @@
 namespace sorn::campaign {
 namespace {
 
-using documents::minimalCampaigns;
 using documents::replaced;
 
 // The findings as the tool prints them, without the file.

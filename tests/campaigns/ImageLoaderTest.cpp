@@ -13,7 +13,6 @@
 namespace sorn::campaigns {
 namespace {
 
-using platform::HttpResponse;
 using platform::TransportError;
 
 class ImageLoading : public ::testing::Test {
