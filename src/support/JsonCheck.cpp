@@ -1,6 +1,7 @@
 #include "support/JsonCheck.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "support/Json.h"
@@ -28,24 +29,28 @@ constexpr std::array<std::uint8_t, 256> textBytes = [] {
 
 bool isDigit(char character) { return character >= '0' && character <= '9'; }
 
-// Goes through the text once, a cursor on the next byte. Every step is false when the text is not as it
-// should be. The end is kept apart by a check at each read, so nothing needs to follow the text.
+// Goes through the text once. Every step takes the place of the next byte and gives the place behind what it
+// has taken, or nothing when the text is not as it should be: the place stays in a register all the way. The
+// end is kept apart by a check at each read, so nothing needs to follow the text.
 class Check {
  public:
   Check(std::string_view json, std::span<const std::string_view> keys)
-      : at_(json.data()), end_(json.data() + json.size()), keys_(keys) {}
+      : begin_(json.data()), end_(json.data() + json.size()), keys_(keys) {}
 
   bool run() {
-    if (peek() != '{') return false;
+    const char* at = begin_;
+    if (peek(at) != '{') return false;
     while (true) {
-      if (!value()) return false;
+      at = value(at);
+      if (!at) return false;
       // Closes what ends here, then goes on with the next member or element.
       while (true) {
-        if (depth_ == 0) return at_ == end_;
-        if (at_ == end_) return false;
-        const char next = *at_++;
+        if (depth_ == 0) return at == end_;
+        if (at == end_) return false;
+        const char next = *at++;
         if (next == ',') {
-          if (inObject() && !key()) return false;
+          if (inObject()) at = key(at);
+          if (!at) return false;
           break;
         }
         if (next != (inObject() ? '}' : ']')) return false;
@@ -58,34 +63,37 @@ class Check {
 
  private:
   static constexpr unsigned deepest = 64;
+  // Numbers within these bounds are far from the largest double.
+  static constexpr std::ptrdiff_t longestMantissa = 100;
+  static constexpr std::ptrdiff_t longestExponent = 2;
 
-  char peek() const { return at_ < end_ ? *at_ : '\0'; }
+  char peek(const char* at) const { return at < end_ ? *at : '\0'; }
   bool inObject() const { return (objects_ >> (depth_ - 1)) & 1; }
 
   // Takes a scalar or an empty container, or steps into containers up to their first scalar.
-  bool value() {
+  const char* value(const char* at) {
     while (true) {
-      switch (peek()) {
+      switch (peek(at)) {
         case '{':
-          if (!enter(true)) return false;
-          if (peek() == '}') return leaveEmpty();
-          if (!key()) return false;
+          if (!enter(true)) return nullptr;
+          if (peek(++at) == '}') return leaveEmpty(at);
+          at = key(at);
+          if (!at) return nullptr;
           break;
         case '[':
-          if (!enter(false)) return false;
-          if (peek() == ']') return leaveEmpty();
+          if (!enter(false)) return nullptr;
+          if (peek(++at) == ']') return leaveEmpty(at);
           break;
         case '"':
-          ++at_;
-          return text();
+          return text(at + 1);
         case 't':
-          return literal("true");
+          return literal(at, "true");
         case 'f':
-          return literal("false");
+          return literal(at, "false");
         case 'n':
-          return literal("null");
+          return literal(at, "null");
         default:
-          return number();
+          return number(at);
       }
     }
   }
@@ -94,25 +102,22 @@ class Check {
     if (depth_ == deepest) return false;
     const std::uint64_t bit = std::uint64_t{1} << depth_++;
     objects_ = object ? objects_ | bit : objects_ & ~bit;
-    ++at_;
     return true;
   }
-  bool leaveEmpty() {
+  const char* leaveEmpty(const char* at) {
     --depth_;
-    ++at_;
-    return true;
+    return at + 1;
   }
 
-  bool key() {
-    if (peek() != '"') return false;
-    const char* begin = ++at_;
+  const char* key(const char* at) {
+    if (peek(at) != '"') return nullptr;
+    const char* const begin = at + 1;
     escaped_ = false;
-    if (!text()) return false;
-    if (depth_ == 1 && (escaped_ || !isFree({begin, static_cast<std::size_t>(at_ - 1 - begin)})))
-      return false;
-    if (peek() != ':') return false;
-    ++at_;
-    return true;
+    at = text(begin);
+    if (!at) return nullptr;
+    const std::string_view name(begin, static_cast<std::size_t>(at - 1 - begin));
+    if (depth_ == 1 && (escaped_ || !isFree(name))) return nullptr;
+    return peek(at) == ':' ? at + 1 : nullptr;
   }
 
   bool isFree(std::string_view name) const {
@@ -123,93 +128,89 @@ class Check {
   }
 
   // Behind the opening quote; takes the closing one as well.
-  bool text() {
+  const char* text(const char* at) {
     while (true) {
-      // Kept out of the members, so that the loop runs in registers.
-      const char* at = skipPlainText(at_, end_);
+      at = skipPlainText(at, end_);
       while (at < end_ && textBytes[static_cast<unsigned char>(*at)] == plain) ++at;
-      at_ = at;
-      if (at == end_) return false;
-      ++at_;
-      switch (textBytes[static_cast<unsigned char>(*at)]) {
+      if (at == end_) return nullptr;
+      switch (textBytes[static_cast<unsigned char>(*at++)]) {
         case quote:
-          return true;
+          return at;
         case beyondAscii:
           beyondAscii_ = true;
           break;
         case backslash:
           escaped_ = true;
-          if (!escape()) return false;
+          at = escape(at);
+          if (!at) return nullptr;
           break;
         default:
-          return false;
+          return nullptr;
       }
     }
   }
 
   // Behind the backslash. A high surrogate must be followed by a low one, which is never alone.
-  bool escape() {
-    if (at_ == end_) return false;
-    const char escaped = *at_++;
-    if (escaped != 'u') return std::string_view("\"\\/bfnrt").find(escaped) != std::string_view::npos;
+  const char* escape(const char* at) const {
+    if (at == end_) return nullptr;
+    const char escaped = *at++;
+    if (escaped != 'u') {
+      return std::string_view("\"\\/bfnrt").find(escaped) != std::string_view::npos ? at : nullptr;
+    }
     std::uint32_t unit = 0;
-    if (!codeUnit(unit)) return false;
-    if (unit < 0xD800 || unit > 0xDFFF) return true;
-    if (unit > 0xDBFF || !literal("\\u") || !codeUnit(unit)) return false;
-    return unit >= 0xDC00 && unit <= 0xDFFF;
+    at = codeUnit(at, unit);
+    if (!at || unit < 0xD800 || unit > 0xDFFF) return at;
+    if (unit > 0xDBFF) return nullptr;
+    at = literal(at, "\\u");
+    if (at) at = codeUnit(at, unit);
+    return at && unit >= 0xDC00 && unit <= 0xDFFF ? at : nullptr;
   }
 
-  bool codeUnit(std::uint32_t& unit) {
-    if (end_ - at_ < 4) return false;
+  const char* codeUnit(const char* at, std::uint32_t& unit) const {
+    if (end_ - at < 4) return nullptr;
     unit = 0;
     for (int count = 0; count < 4; ++count) {
-      const char digit = *at_++;
+      const char digit = *at++;
       const char lowered = static_cast<char>(digit | 0x20);
       if (isDigit(digit)) {
         unit = unit * 16 + static_cast<std::uint32_t>(digit - '0');
       } else if (lowered >= 'a' && lowered <= 'f') {
         unit = unit * 16 + static_cast<std::uint32_t>(lowered - 'a' + 10);
       } else {
-        return false;
+        return nullptr;
       }
     }
-    return true;
+    return at;
   }
 
-  bool literal(std::string_view expected) {
-    if (!std::string_view(at_, static_cast<std::size_t>(end_ - at_)).starts_with(expected)) return false;
-    at_ += expected.size();
-    return true;
+  const char* literal(const char* at, std::string_view expected) const {
+    const std::string_view rest(at, static_cast<std::size_t>(end_ - at));
+    return rest.starts_with(expected) ? at + expected.size() : nullptr;
   }
 
-  bool number() {
-    if (peek() == '-') ++at_;
-    if (peek() == '0') {
-      ++at_;
-    } else if (!digits()) {
-      return false;
-    }
-    if (peek() == '.') {
-      ++at_;
-      if (!digits()) return false;
-    }
-    if (peek() == 'e' || peek() == 'E') {
-      ++at_;
-      if (peek() == '+' || peek() == '-') ++at_;
-      if (!digits()) return false;
-    }
-    return true;
+  const char* number(const char* at) const {
+    const char* const begin = at;
+    if (peek(at) == '-') ++at;
+    at = peek(at) == '0' ? at + 1 : digits(at);
+    if (at && peek(at) == '.') at = digits(at + 1);
+    if (!at || at - begin > longestMantissa) return nullptr;
+    if (peek(at) != 'e' && peek(at) != 'E') return at;
+    ++at;
+    if (peek(at) == '+' || peek(at) == '-') ++at;
+    const char* const exponent = at;
+    at = digits(at);
+    return at && at - exponent <= longestExponent ? at : nullptr;
   }
 
-  bool digits() {
-    if (!isDigit(peek())) return false;
-    while (isDigit(peek())) ++at_;
-    return true;
+  const char* digits(const char* at) const {
+    if (!isDigit(peek(at))) return nullptr;
+    while (isDigit(peek(at))) ++at;
+    return at;
   }
 
-  const char* at_;
-  const char* end_;
-  std::span<const std::string_view> keys_;
+  const char* const begin_;
+  const char* const end_;
+  const std::span<const std::string_view> keys_;
   std::uint64_t objects_ = 0;  // a bit for each open container: whether it is an object
   unsigned depth_ = 0;
   bool beyondAscii_ = false;

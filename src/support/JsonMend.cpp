@@ -54,6 +54,12 @@ bool isHuge(std::string_view number) {
   return exponent + static_cast<std::int64_t>(point) - static_cast<std::int64_t>(first) > 0;
 }
 
+bool isBeyondDoubles(std::string_view number) {
+  double value = 0;
+  const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
+  return result.ec == std::errc::result_out_of_range && isHuge(number);
+}
+
 // Whether neither a 64-bit integer nor a finite double takes the number.
 bool isOutOfRange(std::string_view number) {
   if (number.find_first_of(".eE") == absent) {
@@ -63,9 +69,28 @@ bool isOutOfRange(std::string_view number) {
     const auto result = std::from_chars(first, number.data() + number.size(), magnitude);
     return result.ec != std::errc() || (negative && magnitude > std::uint64_t{1} << 63);
   }
-  double value = 0;
-  const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
-  return result.ec == std::errc::result_out_of_range && isHuge(number);
+  return isBeyondDoubles(number);
+}
+
+// Whether the text is exactly one number as JSON writes it.
+bool isJsonNumber(std::string_view text) {
+  std::size_t at = text.starts_with('-') ? 1 : 0;
+  const std::size_t whole = behindDigits(text, at);
+  if (whole == at || (text[at] == '0' && whole > at + 1)) return false;
+  at = whole;
+  if (at < text.size() && text[at] == '.') {
+    const std::size_t fraction = behindDigits(text, at + 1);
+    if (fraction == at + 1) return false;
+    at = fraction;
+  }
+  if (at < text.size() && (text[at] == 'e' || text[at] == 'E')) {
+    ++at;
+    if (at < text.size() && (text[at] == '+' || text[at] == '-')) ++at;
+    const std::size_t exponent = behindDigits(text, at);
+    if (exponent == at) return false;
+    at = exponent;
+  }
+  return at == text.size();
 }
 
 class Mender {
@@ -140,25 +165,7 @@ class Mender {
 
 }  // namespace
 
-bool isJsonNumber(std::string_view text) {
-  std::size_t at = text.starts_with('-') ? 1 : 0;
-  const std::size_t whole = behindDigits(text, at);
-  if (whole == at || (text[at] == '0' && whole > at + 1)) return false;
-  at = whole;
-  if (at < text.size() && text[at] == '.') {
-    const std::size_t fraction = behindDigits(text, at + 1);
-    if (fraction == at + 1) return false;
-    at = fraction;
-  }
-  if (at < text.size() && (text[at] == 'e' || text[at] == 'E')) {
-    ++at;
-    if (at < text.size() && (text[at] == '+' || text[at] == '-')) ++at;
-    const std::size_t exponent = behindDigits(text, at);
-    if (exponent == at) return false;
-    at = exponent;
-  }
-  return at == text.size();
-}
+bool isFiniteJsonNumber(std::string_view text) { return isJsonNumber(text) && !isBeyondDoubles(text); }
 
 std::optional<MendedJson> mendJson(std::string_view text) { return Mender(text).run(); }
 

@@ -19,7 +19,8 @@ struct MendedJson {
 // there is nothing of that kind; what else is wrong stays wrong.
 std::optional<MendedJson> mendJson(std::string_view text);
 
-// Whether the text is exactly one number as JSON writes it.
-bool isJsonNumber(std::string_view text);
+// Whether the text is exactly one number as JSON writes it, and not too large for a double: a reader that has
+// nothing larger refuses the whole document for it.
+bool isFiniteJsonNumber(std::string_view text);
 
 }  // namespace sorn::support

@@ -76,7 +76,7 @@ class ValueWriter {
   void append(const std::string& text) { writer_.text(text); }
   void append(Date) { fits_ = false; }
   void append(const Decimal& decimal) {
-    if (isJsonNumber(decimal.digits)) {
+    if (isFiniteJsonNumber(decimal.digits)) {
       writer_.raw(decimal.digits);
     } else {
       fits_ = false;

@@ -101,7 +101,7 @@ TEST(PropertyList, SurvivesDamageToTheBinaryForm) {
 bool isRefusedOnASmallStack(std::string bytes) {
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
-  pthread_attr_setstacksize(&attributes, 256 * 1024);
+  pthread_attr_setstacksize(&attributes, std::size_t{256} * 1024);
   pthread_t thread{};
   const auto run = [](void* text) -> void* {
     const bool isRefused = !parsePropertyList(*static_cast<std::string*>(text));

@@ -91,7 +91,7 @@ TEST_F(ConnectionTest, WhatIsNoHttpIsRefusedAndEndsTheConnection) {
 
 TEST_F(ConnectionTest, BodyOf200MegabytesIsTakenWhole) {
   Emulator light({.accounts = {{"demo", "topsecret"}}, .lightMode = true});
-  const std::string body(200 * 1000 * 1000, 'x');
+  const std::string body(200'000'000, 'x');
   EXPECT_EQ(exchange(light.port(), "POST", report, body).status, 401);
   EXPECT_EQ(light.requests().at(0).header("content-length"), "200000000");
   EXPECT_TRUE(light.requests().at(0).raw.empty());
@@ -149,20 +149,21 @@ TEST_F(ConnectionTest, WaitingEndsWithTheLastRequestOrTheTime) {
 }
 
 TEST_F(ConnectionTest, ManyCallersAtOnceLoseNothingWhileOthersLookAndArrange) {
-  constexpr int callers = 8;
-  constexpr int rounds = 25;
+  constexpr std::size_t callers = 8;
+  constexpr std::size_t rounds = 25;
   std::vector<std::thread> threads;
-  for (int i = 0; i < callers; ++i) {
+  threads.reserve(callers + 1);
+  for (std::size_t caller = 0; caller < callers; ++caller) {
     threads.emplace_back([&] {
       RawClient client(emulator.port());
-      for (int round = 0; round < rounds; ++round) {
+      for (std::size_t round = 0; round < rounds; ++round) {
         client.send(requestText("POST", report, twoEvents, twoEventsSigned));
         client.receive();
       }
     });
   }
   threads.emplace_back([&] {
-    for (int round = 0; round < rounds; ++round) {
+    for (std::size_t round = 0; round < rounds; ++round) {
       emulator.setInbox("[]");
       emulator.publishPlaces("[]");
       emulator.setFaults(R"([{"path":"nowhere","kind":"reset"}])");
@@ -170,8 +171,8 @@ TEST_F(ConnectionTest, ManyCallersAtOnceLoseNothingWhileOthersLookAndArrange) {
     }
   });
   for (auto& thread : threads) thread.join();
-  EXPECT_EQ(emulator.events().size(), std::size_t{2 * callers * rounds});
-  EXPECT_EQ(emulator.requests().size(), std::size_t{callers * rounds});
+  EXPECT_EQ(emulator.events().size(), 2 * callers * rounds);
+  EXPECT_EQ(emulator.requests().size(), callers * rounds);
 }
 
 }  // namespace

@@ -25,6 +25,7 @@ class Program {
     if (pipe(ends.data()) != 0) throw std::runtime_error("no pipe to be had");
     arguments.insert(arguments.begin(), SORN_EMULATOR_PROGRAM);
     std::vector<char*> words;
+    words.reserve(arguments.size() + 1);
     for (auto& argument : arguments) words.push_back(argument.data());
     words.push_back(nullptr);
     process_ = fork();

@@ -33,7 +33,7 @@ class LogTest : public ::testing::Test {
   }
   std::optional<SornError> screen(const std::string& name,
                                   const std::optional<Dictionary>& data = std::nullopt) {
-    const auto refusal = refusalOf([&] { library_->sorn().logScreenWithName(name, data); });
+    auto refusal = refusalOf([&] { library_->sorn().logScreenWithName(name, data); });
     library_->context().performBlockAndWait([] {});
     return refusal;
   }

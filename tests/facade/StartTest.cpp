@@ -40,7 +40,9 @@ std::string configuration(const Entries& replaced = {}, const std::string& more 
     }
   }
   std::string inside;
-  for (const auto& [name, value] : values) inside += "<key>" + name + "</key><string>" + value + "</string>";
+  for (const auto& [name, value] : values) {
+    inside.append("<key>").append(name).append("</key><string>").append(value).append("</string>");
+  }
   return list("<dict>" + inside + more + "</dict>");
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <sstream>
 #include <string>
 
@@ -60,7 +61,7 @@ class CommandText {
     std::ostringstream out;
     out << std::hex << '#';
     for (const double channel : {color.red, color.green, color.blue, color.alpha})
-      out << static_cast<int>(channel * 15 + 0.5);
+      out << std::lround(channel * 15);
     return out.str();
   }
   static std::string names(const std::vector<Color>& colors) {

@@ -67,7 +67,8 @@ void Connection::reset() {
   ::shutdown(descriptor_, SHUT_RD);
 }
 
-void Connection::answer(std::string_view status, std::string_view body, std::vector<std::string> headers) {
+void Connection::answer(std::string_view status, std::string_view body,
+                        const std::vector<std::string>& headers) {
   std::string text = "HTTP/1.1 " + std::string(status) + "\r\n";
   for (const std::string& line : headers) text += line + "\r\n";
   text += "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n";

@@ -27,7 +27,8 @@ class Connection {
   // Closes with a reset instead of an orderly end.
   void reset();
   // An answer with "Content-Length" and these further header lines.
-  void answer(std::string_view status, std::string_view body = "", std::vector<std::string> headers = {});
+  void answer(std::string_view status, std::string_view body = "",
+              const std::vector<std::string>& headers = {});
 
  private:
   friend class ScriptedServer;

@@ -277,7 +277,7 @@ TEST(Syslog, SendsEachLineWithItsTypeAndLabel) {
   path.copy(address.sun_path, path.size());
   const auto open = [&] {
     const int descriptor = ::socket(AF_UNIX, SOCK_DGRAM, 0);
-    ::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    EXPECT_EQ(::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     return descriptor;
   };
   const auto receive = [](int descriptor) {

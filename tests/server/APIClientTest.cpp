@@ -29,7 +29,7 @@ TEST_F(APIClientTest, OnlyAnObjectUnderStatus200IsAnAnswer) {
       {answer(200, "<html>"), parserError},
       {answer(200, "{\"a\":\"\xFF\"}"), parserError},
       {answer(200, std::string(100'000, '[')), parserError},
-      {answer(200, std::string(10'000'000, 'x')), parserError},
+      {answer(200, std::string().append(10'000'000, 'x')), parserError},
       {answer(204, ""), "APIError 0 status 204"},
       {answer(201, R"({"a":5})"), "APIError 0 status 201"},
       {answer(302, ""), "APIError 0 status 302"},

@@ -2,7 +2,6 @@
 
 namespace sorn::server {
 
-using documents::Configuration;
 using documents::Features;
 
 class ConfigurationStoreTest : public ServerFixture {

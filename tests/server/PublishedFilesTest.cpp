@@ -35,14 +35,14 @@ class PublishedFilesTest : public ServerFixture {
     }
     return *files_;
   }
-  void answerWith(HttpTransport::Result result) {
+  void answerWith(const HttpTransport::Result& result) {
     library();
-    host_.transport->setHandler([result = std::move(result)](const auto&) { return result; });
+    host_.transport->setHandler([result](const auto&) { return result; });
   }
   // What the campaigns' fetch gives: identifiers, or the kind of failure.
   std::string fetchCampaigns() {
     std::promise<std::string> outcome;
-    files().fetchCampaigns([&](PublishedFiles::CampaignsResult result) {
+    files().fetchCampaigns([&](const PublishedFiles::CampaignsResult& result) {
       EXPECT_TRUE(library().tasks().isCurrent());
       outcome.set_value(describe(result));
     });

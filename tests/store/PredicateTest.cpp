@@ -61,6 +61,7 @@ TEST_F(PredicateTest, SqlAndMemoryAgreeOnRandomRecordsAndConditions) {
     });
   }
   std::vector<Predicate> predicates;
+  predicates.reserve(500);
   for (int index = 0; index < 500; ++index) predicates.push_back(randomPredicate(random, 3));
   std::vector<std::string> inMemory;
   std::size_t hits = 0;

@@ -129,6 +129,7 @@ TEST(Uuid, IsARandomIdentifierInUpperCase) {
 TEST(Uuid, ThreadsDrawFromPoolsOfTheirOwn) {
   std::vector<std::vector<std::string>> drawn(4);
   std::vector<std::thread> threads;
+  threads.reserve(drawn.size());
   for (auto& own : drawn) {
     threads.emplace_back([&own] {
       for (int count = 0; count < 500; ++count) own.push_back(makeUuid());

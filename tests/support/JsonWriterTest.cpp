@@ -87,16 +87,16 @@ TEST(JsonWriter, RefusesValuesThatJsonCannotHold) {
   Value deep(List{});
   for (int level = 1; level < 512; ++level) deep = List{std::move(deep)};
   EXPECT_EQ(compactText(deep), std::string(512, '[') + std::string(512, ']'));
-  const Value refused[] = {Value(dateSince1970(0)),        Value(std::nan("")),
-                           Value(Decimal{"1e"}),           Value("\xff"),
-                           Value(Dictionary{{"\xff", 1}}), Value(List{std::move(deep)})};
+  const Value refused[] = {Value(dateSince1970(0)),     Value(std::nan("")), Value(Decimal{"1e"}),
+                           Value(Decimal{"-1e309"}),    Value("\xff"),       Value(Dictionary{{"\xff", 1}}),
+                           Value(List{std::move(deep)})};
   for (const Value& value : refused) {
     std::string out = "before";
     EXPECT_FALSE(appendValue(out, List{1, value}));
     EXPECT_EQ(out, "before");
   }
   EXPECT_FALSE(compactText("a lone text"));
-  EXPECT_EQ(compactText(List{Decimal{"1e400"}, true, 1}), "[1e400,true,1]");
+  EXPECT_EQ(compactText(List{Decimal{"18446744073709551616"}, true, 1}), "[18446744073709551616,true,1]");
 }
 
 TEST(JsonWriter, ThePrettyFormHasAMemberALine) {
@@ -177,6 +177,7 @@ TEST(JsonCheck, TakesCompleteCompactObjects) {
       R"({"":"","inapp_statu":1,"inapp_status2":2})",
       "{\"S_a\":\"\u00e9\U0001F600\\ud83d\\ude00\\u00e9\"}",
       "{\"a\":" + std::string(63, '[') + std::string(63, ']') + "}",
+      "{\"a\":[1e99,-1.5E-99," + std::string(100, '1') + "]}",
   };
   for (const std::string& text : taken) {
     EXPECT_TRUE(isPlainObjectWithout(text, reserved)) << text;
@@ -228,6 +229,9 @@ TEST(JsonCheck, RefusesWhatIsIncompleteOrTakesAReservedKey) {
       R"({"a":[)",
       R"({"a")",
       R"({"a\u0062":1})",
+      R"({"a":1e999})",
+      R"({"a":-0.1e+100})",
+      "{\"a\":" + std::string(310, '1') + "}",
       R"({"inapp_status":1})",
       R"({"a":{"b":[]},"campaign_subtype":2})",
       R"({"inapp\u005fstatus":1})",

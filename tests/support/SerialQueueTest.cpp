@@ -107,6 +107,7 @@ TEST(SerialQueue, ManyThreadsShareItWithoutOverlapOrReordering) {
   int total = 0;
   int misplaced = 0;
   std::vector<std::thread> threads;
+  threads.reserve(threadCount);
   for (int thread = 0; thread < threadCount; ++thread) {
     threads.emplace_back([&, thread] {
       for (int round = 0; round < rounds; ++round) {

@@ -30,7 +30,7 @@ class TasksTest : public testing::Test {
   void send(std::string url) {
     HttpRequest request;
     request.url = std::move(url);
-    tasks_.send(std::move(request), [this](platform::HttpTransport::Result result) {
+    tasks_.send(std::move(request), [this](const platform::HttpTransport::Result& result) {
       EXPECT_TRUE(tasks_.isCurrent());
       outcomes_.push_back(outcome(result));
     });
@@ -159,6 +159,7 @@ TEST_F(TasksTest, TheEndCancelsWhatIsUnderWayAndDropsWhatIsQueued) {
 TEST_F(TasksTest, ManyThreadsPostAndNothingIsLost) {
   int count = 0;
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int thread = 0; thread < 4; ++thread) {
     threads.emplace_back([&] {
       for (int round = 0; round < 2000; ++round) {

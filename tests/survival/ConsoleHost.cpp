@@ -23,6 +23,7 @@ pid_t spawn(std::vector<std::string> arguments, int input, int output) {
   posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
   std::vector<char*> values;
+  values.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) values.push_back(argument.data());
   values.push_back(nullptr);
   pid_t process = -1;

@@ -48,7 +48,7 @@ int main(int count, char** words) {
       library.logEventWith("survival", "still alive", sorn::Dictionary{{"number", number}});
       diary.write(number);
     }
-    library.loginUser("user " + std::to_string(first), [](std::exception_ptr) {});
+    library.loginUser("user " + std::to_string(first), [](const std::exception_ptr&) {});
   } catch (const sorn::SornError& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return 1;

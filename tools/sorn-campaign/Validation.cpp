@@ -89,6 +89,7 @@ std::vector<Finding> validate(std::string_view text) {
   // A text that is no JSON has one fault, and this pass knows better where it is.
   if (!source && !syntax.cause.empty()) remarks.front().cause = syntax.cause;
   std::vector<std::pair<std::size_t, Remark>> placed;
+  placed.reserve(remarks.size());
   for (Remark& remark : remarks) {
     const std::size_t offset = source ? offsetOf(*source, remark.path) : syntax.offset;
     placed.emplace_back(offset, std::move(remark));
@@ -96,6 +97,7 @@ std::vector<Finding> validate(std::string_view text) {
   std::ranges::stable_sort(placed, {}, [](const auto& each) { return each.first; });
   const Lines lines(text);
   std::vector<Finding> findings;
+  findings.reserve(placed.size());
   for (auto& [offset, remark] : placed) {
     findings.push_back(
         {remark.weight, lines.at(offset), documents::pathText(remark.path), std::move(remark.cause)});

@@ -49,7 +49,7 @@ bool parseHeader(std::string_view line, HttpRequest& request) {
 HttpReader::HttpReader(Channel& channel) : channel_(channel) {}
 
 bool HttpReader::fill() {
-  constexpr std::size_t piece = 64 * 1024;
+  constexpr std::size_t piece = std::size_t{64} << 10;
   const auto held = buffer_.size();
   buffer_.resize(held + piece);
   const auto count = channel_.read(buffer_.data() + held, piece);
@@ -82,9 +82,9 @@ HttpReader::Outcome HttpReader::readHead(HttpRequest& request) {
   if (!line) return buffer_.size() > longestHead ? Outcome::tooLarge : Outcome::end;
   if (!parseRequestLine(*line, request)) return Outcome::malformed;
   std::size_t size = line->size();
-  while ((line = readLine())) {
-    if (line->empty()) break;
-    if ((size += line->size()) > longestHead) return Outcome::tooLarge;
+  for (line = readLine(); line && !line->empty(); line = readLine()) {
+    size += line->size();
+    if (size > longestHead) return Outcome::tooLarge;
     if (!parseHeader(*line, request)) return Outcome::malformed;
   }
   if (!line) return buffer_.size() > longestHead ? Outcome::tooLarge : Outcome::end;

@@ -13,8 +13,8 @@ namespace sorn::emulator {
 
 class HttpReader {
  public:
-  static constexpr std::size_t longestHead = 64 * 1024;
-  static constexpr std::size_t longestBody = 256 * 1024 * 1024;
+  static constexpr std::size_t longestHead = std::size_t{64} << 10;
+  static constexpr std::size_t longestBody = std::size_t{256} << 20;
 
   enum class Outcome { request, end, malformed, tooLarge };
 
