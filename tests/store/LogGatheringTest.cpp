@@ -142,6 +142,23 @@ TEST_F(LogGathering, CommitThatDoesNotFitFailsAndTheNextSucceeds) {
   EXPECT_EQ(found(), "22 13200.0");
 }
 
+// The next commits write over the frames of the one that failed, up to and beyond where its last write ended.
+TEST_F(LogGathering, EachSmallCommitAfterAFailureIsInTheFile) {
+  for (const bool isUsedBefore : {false, true}) {
+    if (isUsedBefore) run(insertOf(100, 1500) + "; PRAGMA wal_checkpoint(RESTART)");
+    run("DELETE FROM t");
+    const auto logged = std::filesystem::file_size(file().string() + "-wal");
+    {
+      const FileSizeLimit limit(isUsedBefore ? 20'000 : logged);
+      EXPECT_FALSE(database_.execute(insertOf(20, 1500).c_str()));
+    }
+    for (int rows = 1; rows <= 24; ++rows) {
+      run("INSERT INTO t(text) VALUES ('x')");
+      EXPECT_EQ(found(), std::to_string(rows) + " " + std::to_string(rows) + ".0");
+    }
+  }
+}
+
 TEST_F(LogGathering, SmallCommitTakesOneCallOfTheSystem) {
   Statement insert = database_.prepare("INSERT INTO t(text) VALUES ('x')");
   const std::int64_t before = writesSoFar();

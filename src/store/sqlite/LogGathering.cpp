@@ -18,20 +18,23 @@ constexpr int frameHeaderSize = 24;
 constexpr int sizeAfterCommit = 4;
 
 constexpr int longestGathering = 16 * 1024;
+constexpr sqlite3_int64 nowhere = -1;
 
 // An open log. SQLite makes the room for it, `szOsFile` bytes; the base's own file follows it there.
 //
-// Held back are only writes that append: the header of a frame, and the page of a frame that ends no commit.
+// Held back are only writes that append: the header of a frame, and the page that follows its header at once.
 // With the page that ends a commit everything is written, before SQLite hears that its write succeeded, so a
 // failure is reported at the commit, and nobody is told of a frame that is not in the file. SQLite goes back
-// and alters frames when a commit has outgrown its cache: such writes pass straight through.
+// and alters frames when a commit has outgrown its cache, and writes over the frames of one that it gave up:
+// such writes pass straight through.
 struct GatheredLog {
   sqlite3_file base;
   char* held;  // `longestGathering` bytes
   int heldSize;
   sqlite3_int64 heldAt;      // place in the file of the first byte held
   sqlite3_int64 appendedTo;  // where the furthest append ended, held or written
-  bool endsCommit;           // the last frame header was that of a commit's last frame
+  sqlite3_int64 pageAt;      // where the page belongs whose header was the last write, or `nowhere`
+  bool endsCommit;           // that header is the one of a commit's last frame
 };
 
 GatheredLog& logOf(sqlite3_file* file) { return *reinterpret_cast<GatheredLog*>(file); }
@@ -44,9 +47,11 @@ int writeHeld(sqlite3_file* file) {
   GatheredLog& log = logOf(file);
   if (log.heldSize == 0) return SQLITE_OK;
   const int size = log.heldSize;
-  // Also after a failure: the commit that these bytes belong to is then given up.
   log.heldSize = 0;
-  return baseMethods(file).xWrite(baseOf(file), log.held, size, log.heldAt);
+  const int result = baseMethods(file).xWrite(baseOf(file), log.held, size, log.heldAt);
+  // The commit that these bytes belong to is given up, and the next one takes their place.
+  if (result != SQLITE_OK) log.appendedTo = log.heldAt;
+  return result;
 }
 
 bool isAppend(const GatheredLog& log, sqlite3_int64 offset) {
@@ -60,27 +65,29 @@ void hold(GatheredLog& log, const void* bytes, int size, sqlite3_int64 offset) {
   log.appendedTo = offset + size;
 }
 
-// Whether these bytes, just appended, complete a commit.
-bool completesCommit(GatheredLog& log, const void* bytes, int size) {
-  if (size != frameHeaderSize) return log.endsCommit;
+// Notes what follows a frame's header; other writes are followed by nothing that is known.
+void expectPage(GatheredLog& log, bool isHeader, const void* bytes, sqlite3_int64 offset) {
+  log.pageAt = isHeader ? offset + frameHeaderSize : nowhere;
   constexpr char none[4] = {};
-  log.endsCommit = std::memcmp(static_cast<const char*>(bytes) + sizeAfterCommit, none, sizeof none) != 0;
-  return false;
+  log.endsCommit =
+      isHeader && std::memcmp(static_cast<const char*>(bytes) + sizeAfterCommit, none, sizeof none) != 0;
 }
 
 int writeLog(sqlite3_file* file, const void* bytes, int size, sqlite3_int64 offset) {
   GatheredLog& log = logOf(file);
   // The log begins anew.
   if (offset == 0) log.appendedTo = 0;
-  const bool appends = isAppend(log, offset);
-  if (!appends || log.heldSize + size > longestGathering) {
+  const bool isPage = offset == log.pageAt;
+  const bool isHeader = !isPage && size == frameHeaderSize;
+  const bool completesCommit = isPage && log.endsCommit;
+  const bool holds = (isPage || isHeader) && size <= longestGathering && isAppend(log, offset);
+  expectPage(log, isHeader, bytes, offset);
+  if (!holds || log.heldSize + size > longestGathering) {
     if (const int failure = writeHeld(file)) return failure;
   }
-  if (!appends || size > longestGathering) {
-    return baseMethods(file).xWrite(baseOf(file), bytes, size, offset);
-  }
+  if (!holds) return baseMethods(file).xWrite(baseOf(file), bytes, size, offset);
   hold(log, bytes, size, offset);
-  return completesCommit(log, bytes, size) ? writeHeld(file) : SQLITE_OK;
+  return completesCommit ? writeHeld(file) : SQLITE_OK;
 }
 
 int closeLog(sqlite3_file* file) {
@@ -142,7 +149,7 @@ int openFile(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int*
   file->pMethods = nullptr;
   char* const held = static_cast<char*>(sqlite3_malloc(longestGathering));
   if (!held) return SQLITE_NOMEM;
-  new (file) GatheredLog{{nullptr}, held, 0, 0, 0, false};
+  new (file) GatheredLog{{nullptr}, held, 0, 0, 0, nowhere, false};
   const int result = base->xOpen(base, name, baseOf(file), flags, resultingFlags);
   if (result == SQLITE_OK) {
     file->pMethods = &logMethods;
