@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace sorn::console {
@@ -17,6 +18,13 @@ std::optional<Arguments> refuse(const std::string& reason) {
   return std::nullopt;
 }
 
+// Empty when the word names no file.
+std::filesystem::path absolutePath(std::string_view word) {
+  std::error_code error;
+  auto path = word.empty() ? std::filesystem::path() : std::filesystem::absolute(word, error);
+  return error ? std::filesystem::path() : path;
+}
+
 }  // namespace
 
 std::optional<Arguments> parseArguments(int count, char** values) {
@@ -29,13 +37,15 @@ std::optional<Arguments> parseArguments(int count, char** values) {
     } else if (word == "--data" || word == "--storage" || word == "--library-version") {
       if (++at == words.size()) return refuse(std::string(word) + " needs a value");
       const std::string value(words[at]);
-      if (word == "--data") arguments.data = std::filesystem::absolute(value);
+      if (word == "--data") arguments.data = absolutePath(value);
+      if (arguments.data && arguments.data->empty()) return refuse("--data needs a folder");
       if (word == "--storage") arguments.storage = value;
       if (word == "--library-version") arguments.libraryVersion = value;
     } else if (word.starts_with("--") || !arguments.configuration.empty()) {
       return refuse("unexpected \"" + std::string(word) + "\"");
     } else {
-      arguments.configuration = std::filesystem::absolute(word);
+      arguments.configuration = absolutePath(word);
+      if (arguments.configuration.empty()) return refuse("\"" + std::string(word) + "\" is no file");
     }
   }
   if (arguments.configuration.empty()) return refuse("no configuration file is named");

@@ -13,6 +13,8 @@
 
 #include "linux/HeadlessPlatform.h"
 #include "linux/HostBundle.h"
+#include "sorn/SornError.h"
+#include "support/Json.h"
 #include "support/JsonWriter.h"
 
 namespace sorn::console {
@@ -21,6 +23,11 @@ namespace {
 
 // A jump of the wall clock by more than three years is meant as a date: seconds since 1970.
 constexpr double smallestDate = 100'000'000;
+constexpr double latestDate = 4'102'444'800;  // 2100-01-01, before any type for times overflows
+constexpr double year = 31'536'000;
+
+// How long a command may go on when the process is to end.
+constexpr std::chrono::milliseconds lastMoment(200);
 
 const std::string& argument(const CommandLine& line, std::size_t position) {
   if (position >= line.arguments.size()) throw std::invalid_argument("an argument is missing");
@@ -45,6 +52,7 @@ double seconds(const CommandLine& line) {
 double positiveSeconds(const CommandLine& line) {
   const double value = seconds(line);
   if (value < 0) throw std::invalid_argument("time does not run backwards here");
+  if (value > year) throw std::invalid_argument("at most a year at a time, 31536000 seconds");
   return value;
 }
 
@@ -83,11 +91,25 @@ std::string nameOf(facade::SornMode mode) {
   return "undefined";
 }
 
+// The text with U+FFFD for each byte that belongs to no character.
+std::string withoutWrongBytes(std::string_view text) {
+  std::string result;
+  while (!text.empty()) {
+    std::size_t length = 1;
+    while (length < 4 && length < text.size() && !support::isValidUtf8(text.substr(0, length))) ++length;
+    const bool isCharacter = support::isValidUtf8(text.substr(0, length));
+    result += isCharacter ? text.substr(0, length) : "\uFFFD";
+    text.remove_prefix(isCharacter ? length : 1);
+  }
+  return result;
+}
+
 }  // namespace
 
 void writeLine(const Dictionary& line) {
   static std::mutex& mutex = *new std::mutex;
-  const std::string text = support::compactText(line).value_or("{}");
+  const std::string text =
+      support::compactText(line).value_or(R"({"ok":false,"error":"the answer cannot be written as JSON"})");
   const std::lock_guard lock(mutex);
   std::printf("%s\n", text.c_str());
   std::fflush(stdout);
@@ -127,7 +149,7 @@ void Commands::addCommands() {
   addUserCommands();
   addLifecycleCommands();
   handlers_["wait"] = [](const CommandLine& line) {
-    std::this_thread::sleep_for(std::chrono::duration<double>(std::min(positiveSeconds(line), 86400.0)));
+    std::this_thread::sleep_for(std::chrono::duration<double>(positiveSeconds(line)));
     return Dictionary();
   };
   handlers_["quit"] = [](const CommandLine&) -> Dictionary {
@@ -193,9 +215,7 @@ void Commands::addClockCommands() {
     return Dictionary();
   };
   handlers_["clock"] = [this](const CommandLine& line) {
-    const double value = seconds(line);
-    clock_->jumpTo(value >= smallestDate ? dateSince1970(value)
-                                         : clock_->now() + std::chrono::duration<double>(value));
+    setClock(seconds(line));
     return Dictionary();
   };
 }
@@ -212,6 +232,15 @@ void Commands::advance(double seconds) {
   }
 }
 
+void Commands::setClock(double seconds) {
+  const double now = secondsSince1970(clock_->now());
+  const double wanted = seconds >= smallestDate ? seconds : now + seconds;
+  if (wanted < 0 || wanted > latestDate) {
+    throw std::invalid_argument("the clock goes from 1970 to 2100, 0 to 4102444800 seconds");
+  }
+  clock_->jumpTo(dateSince1970(wanted));
+}
+
 Dictionary Commands::state() {
   Dictionary records;
   for (const auto& [entity, counts] : diagnostics_.recordCounts()) {
@@ -224,29 +253,66 @@ Dictionary Commands::state() {
           {"records", std::move(records)}};
 }
 
-void Commands::run(std::string_view text) {
+Dictionary Commands::answerTo(std::string_view text) {
   Dictionary answer;
+  const auto refuse = [&](std::string reason) {
+    // A line that could not even be split has no command of its own to name.
+    answer.emplace("command", withoutWrongBytes(text.substr(0, text.find(' '))));
+    answer.emplace("ok", false);
+    answer.emplace("error", std::move(reason));
+  };
   try {
+    if (!support::isValidUtf8(text)) throw std::invalid_argument("the line is not UTF-8");
     const CommandLine line = parseCommandLine(text);
-    if (line.command.empty()) return;
+    if (line.command.empty()) return answer;
     answer.emplace("command", line.command);
     const auto handler = handlers_.find(line.command);
     if (handler == handlers_.end()) throw std::invalid_argument("unknown command");
     Dictionary told = handler->second(line);
     answer.merge(told);
     answer.emplace("ok", true);
+  } catch (const SornError& error) {
+    refuse(error.localizedDescription());  // may hold NULs, at which `what` would end
   } catch (const std::exception& error) {
-    // A line that could not even be split has no command of its own to name.
-    answer.emplace("command", text.substr(0, text.find(' ')));
-    answer.emplace("ok", false);
-    answer.emplace("error", error.what());
+    refuse(error.what());
   }
-  writeLine(answer);
+  return answer;
 }
 
+void Commands::run(std::string_view line) {
+  beginTurn();
+  const Dictionary answer = answerTo(line);
+  if (!answer.empty()) writeLine(answer);
+  endTurn();
+}
+
+void Commands::beginTurn() {
+  std::unique_lock lock(turnMutex_);
+  turnEnded_.wait(lock, [this] { return !isEnding_; });
+  isBusy_ = true;
+}
+
+void Commands::endTurn() {
+  {
+    const std::lock_guard lock(turnMutex_);
+    isBusy_ = false;
+  }
+  turnEnded_.notify_all();
+}
+
+// Nothing is flushed here: every line was when it was written, and its reader may have stopped to read.
 void Commands::terminate() {
+  {
+    std::unique_lock lock(turnMutex_);
+    isEnding_ = true;
+    turnEnded_.wait_for(lock, lastMoment, [this] { return !isBusy_; });
+  }
   sorn_.applicationWillTerminate();
-  std::fflush(stdout);
+  std::_Exit(0);
+}
+
+void Commands::leave() {
+  beginTurn();
   std::_Exit(0);
 }
 

@@ -1,24 +1,44 @@
 // A host in a terminal: reads one command a line from standard input, drives the library with it, and answers
 // with one line of JSON.
 
+#include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <string>
+#include <thread>
 
-#include <poll.h>
-#include <sys/signalfd.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "Commands.h"
 
 namespace {
 
-// SIGTERM arrives here instead of interrupting some thread in the middle of its work.
-int openTerminationSignal() {
+// A closed standard descriptor would be given to the next file that is opened, and answers be written into
+// it.
+void openMissingDescriptors() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", O_RDWR) != descriptor) std::_Exit(1);
+  }
+}
+
+// Blocked in every thread that comes later, so that SIGTERM interrupts none in the middle of its work.
+sigset_t blockTermination() {
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  return signalfd(-1, &signals, SFD_CLOEXEC);
+  return signals;
+}
+
+// The request to end is heard by a thread of its own, also while a command runs.
+void awaitTermination(const sigset_t& signals, sorn::console::Commands& commands) {
+  std::thread([signals, &commands] {
+    int received = 0;
+    while (sigwait(&signals, &received) != 0) {
+    }
+    commands.terminate();
+  }).detach();
 }
 
 // Runs the complete lines at the front of the input and keeps the rest.
@@ -34,22 +54,21 @@ void runLines(std::string& input, sorn::console::Commands& commands) {
 }  // namespace
 
 int main(int argumentCount, char** argumentValues) {
+  openMissingDescriptors();
   const auto arguments = sorn::console::parseArguments(argumentCount, argumentValues);
   if (!arguments) return 2;
-  const int terminationSignal = openTerminationSignal();
+  const sigset_t signals = blockTermination();
   sorn::console::Commands commands(*arguments);
+  awaitTermination(signals, commands);
   std::string input;
   while (true) {
-    pollfd sources[] = {{STDIN_FILENO, POLLIN, 0}, {terminationSignal, POLLIN, 0}};
-    if (poll(sources, 2, -1) < 0) continue;
-    if (sources[1].revents != 0) commands.terminate();
     char buffer[65536];
     const ssize_t length = read(STDIN_FILENO, buffer, sizeof buffer);
+    if (length < 0 && errno == EINTR) continue;
     if (length <= 0) break;
     input.append(buffer, static_cast<std::size_t>(length));
     runLines(input, commands);
   }
   if (!input.empty()) commands.run(input);
-  // The end of input is a `quit`: no farewell, as after a crash.
-  std::_Exit(0);
+  commands.leave();
 }

@@ -96,6 +96,14 @@ TEST_F(SornConfig, RefusesBadUsageWithStatusTwoAndWritesNothing) {
       "--key k --secret s --mode production --environment https://a --out x --colour",
       "--key k --secret s --mode production --environment https://a --out",
       "--key \"$(printf '\\377')\" --secret s --mode production --environment https://a --out x",
+      "--key \"$(printf '\\302\\240\\342\\200\\213')\" --secret s --mode production --environment https://a "
+      "--out x",
+      "--key \"$(printf 'k\\r')\" --secret s --mode production --environment https://a --out x",
+      "--key k --secret \"$(printf 's\\177')\" --mode production --environment https://a --out x",
+      "--key k --secret s --mode production --environment 'https://a b' --out x",
+      "--key k --secret s --mode production --environment http://\u00fc.example --out x",
+      "--key k --secret s --mode production --environment https:// --out x",
+      "--key k --secret s --mode production --environment https://a:65536 --out x",
       "--show",
       "--show x --binary",
       "x",
@@ -133,8 +141,43 @@ TEST_F(SornConfig, FailsWithStatusOneAndLeavesOldFilesAlone) {
     EXPECT_THAT(run.errors, ::testing::HasSubstr(reason)) << text;
   }
   EXPECT_EQ(tool("--show none.plist").status, 1);
-  EXPECT_EQ(tool("--help").status, 0);
 }
+
+// Files that are whole, but with which a library would not start or reach nobody. The enciphered texts:
+// printf TEXT | openssl enc -des-ede3-cbc -iv 3A5C09E7B1D264F0 -K <the key three times> | base64
+TEST_F(SornConfig, ShowsOnlyWhatTheLibraryCouldUse) {
+  struct Case {
+    const char* key;
+    const char* secret;
+    const char* mode;
+    const char* environment;
+    const char* reason;
+  };
+  constexpr const char* text = "257BV0YPDPqgevd3LQZ/RQ==";
+  constexpr const char* origin = "PgDSTOKepnRK25YAAAuk36kiwC5+jsRM";
+  const Case cases[] = {
+      {text, text, "production", origin, ""},
+      {"BvezhuTHcGY=", text, "production", origin, "the key is missing or blank"},
+      {text, "VN66Yu517VM=", "production", origin, "the secret is missing or blank"},
+      {"klsXLnQSL9o=", text, "production", origin, "the key holds a control character"},
+      {text, text, "Production", origin, "the mode must be development or production"},
+      {text, text, "production", "UZEJmSQhdhKde+PagDZqvg==", "the environment must be a web address"},
+      {text, text, "production", "gnN4FSvKTq0=", "the environment must be a web address"},
+  };
+  for (const auto& [key, secret, mode, environment, reason] : cases) {
+    folder_.write("a.plist", std::string("<plist><dict><key>application_key</key><string>") + key +
+                                 "</string><key>application_secret</key><string>" + secret +
+                                 "</string><key>mode</key><string>" + mode +
+                                 "</string><key>environment</key><string>" + environment +
+                                 "</string></dict></plist>");
+    const Outcome run = tool("--show a.plist");
+    EXPECT_EQ(run.status, *reason ? 1 : 0) << reason;
+    EXPECT_EQ(run.output.empty(), *reason != '\0') << reason;
+    EXPECT_THAT(run.errors, ::testing::HasSubstr(reason));
+  }
+}
+
+TEST_F(SornConfig, HelpIsNoFailure) { EXPECT_EQ(tool("--help").status, 0); }
 
 }  // namespace
 }  // namespace sorn::testing

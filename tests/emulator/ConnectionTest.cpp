@@ -7,7 +7,9 @@
 #include <nlohmann/json.hpp>
 
 #include "emulator/RawClient.h"
+#include "sorn-emulator/Connection.h"
 #include "sorn-emulator/Emulator.h"
+#include "sorn-emulator/Listener.h"
 
 namespace sorn::emulator::test {
 namespace {
@@ -35,7 +37,8 @@ TEST_F(ConnectionTest, OneConnectionCarriesManyRequestsAlsoSentAtOnce) {
   client.send(request + request);
   EXPECT_EQ(client.receive().status, 200);
   EXPECT_EQ(client.receive().status, 200);
-  client.send(requestText("POST", report, twoEvents, std::string(twoEventsSigned) + "Connection: close\r\n"));
+  client.send(
+      requestText("POST", report, twoEvents, std::string(twoEventsSigned) + "connection: TE, Close\r\n"));
   EXPECT_EQ(client.receive().status, 200);
   EXPECT_TRUE(client.seesEnd());
   EXPECT_EQ(emulator.eventCount(), 6u);
@@ -70,22 +73,27 @@ TEST_F(ConnectionTest, CallerThatAsksFirstIsToldToGoOn) {
 }
 
 TEST_F(ConnectionTest, WhatIsNoHttpIsRefusedAndEndsTheConnection) {
+  const std::string chunked = "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n";
   const std::string wrong[] = {"HELLO\r\n\r\n",
                                "GET x HTTP/1.1\r\n\r\n",
                                "GET / SPDY/3\r\n\r\n",
                                "GET / HTTP/1.1\r\nno colon\r\n\r\n",
                                "POST / HTTP/1.1\r\nContent-Length: -1\r\n\r\n",
-                               "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\nxyz\r\n",
-                               "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n2\r\nabc\r\n"};
+                               "POST / HTTP/1.1\r\nContent-Length: 1\r\ncontent-length: 2\r\n\r\nab",
+                               chunked + "xyz\r\n",
+                               chunked + "2\r\nabc\r\n"};
   for (const auto& text : wrong) {
     RawClient client(emulator.port());
     client.send(text);
     EXPECT_EQ(client.receive().status, 400) << text;
     EXPECT_TRUE(client.seesEnd());
   }
-  RawClient client(emulator.port());
-  client.send("POST / HTTP/1.1\r\nContent-Length: 268435457\r\n\r\n");
-  EXPECT_EQ(client.receive().status, 413);
+  for (const auto& text : {std::string("POST / HTTP/1.1\r\nContent-Length: 268435457\r\n\r\n"),
+                           chunked + "1\r\na\r\nffffffffffffffff\r\n"}) {
+    RawClient client(emulator.port());
+    client.send(text);
+    EXPECT_EQ(client.receive().status, 413) << text;
+  }
   EXPECT_TRUE(emulator.requests().empty());
 }
 
@@ -127,6 +135,19 @@ TEST_F(ConnectionTest, StopEndsHungAndDelayedAndHalfSentRequestsAtOnce) {
   EXPECT_LT(Clock::now() - begin, 2s);
   EXPECT_EQ(hung.receive().end, End::early);
   EXPECT_NE(half.receive().end, End::silent);
+}
+
+TEST(Listening, ErrorInOneConnectionEndsThatWithStatus500AndNoOther) {
+  Listener listener("127.0.0.1", 0, [](Channel& channel) {
+    serveConnection(channel, [](HttpRequest& request) -> Reply {
+      if (request.path == "/bad") throw std::runtime_error("what nobody foresaw");
+      return {jsonAnswer(200, "{}"), std::nullopt};
+    });
+  });
+  RawClient other(listener.port());
+  EXPECT_EQ(exchange(listener.port(), "GET", "/bad").status, 500);
+  other.send(requestText("GET", "/good"));
+  EXPECT_EQ(other.receive().status, 200);
 }
 
 TEST_F(ConnectionTest, PortOfAnotherCannotBeTaken) {

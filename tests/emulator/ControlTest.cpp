@@ -97,6 +97,8 @@ TEST_F(ControlTest, WrongControlCallsSayWhy) {
                         {"POST", "/emulator/inbox", "[", 400},
                         {"POST", "/emulator/configuration", "", 400},
                         {"POST", "/emulator/push", "[]", 400},
+                        {"POST", "/emulator/push", "[1e999]", 400},
+                        {"POST", "/emulator/faults", "\xff", 400},
                         {"POST", "/emulator/faults", "{}", 400},
                         {"POST", "/emulator/places?etag=%0D%0Ax", "[]", 400}};
   for (const auto& wrong : cases) {
@@ -105,6 +107,28 @@ TEST_F(ControlTest, WrongControlCallsSayWhy) {
     EXPECT_FALSE(json::parse(answer.body)["error"].get<std::string>().empty());
   }
   EXPECT_TRUE(emulator.requests().empty()) << "control calls are not written down";
+}
+
+// printf '127.0.0.1/v1/ios/save/json{"entity_id":"D1","d":%s}' "$LISTS" | openssl dgst -sha256 -hmac
+// topsecret -binary | base64, with 511 and with 512 brackets of each kind as LISTS
+TEST_F(ControlTest, WhatNestsTooDeeplyIsRefusedAndReadByNobody) {
+  const auto lists = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
+  const auto saved = [&](std::size_t depth) { return R"({"entity_id":"D1","d":)" + lists(depth) + "}"; };
+  EXPECT_EQ(
+      post(save, saved(511), "Authorization: demo=ArdrCAzoDm1hbcFy3rkwgYHEC1l/7zzP7v72nEls0bM=\r\n").status,
+      200);
+  EXPECT_EQ(
+      post(save, saved(512), "Authorization: demo=TdpwMSQzJtx0Pnefw0azKWKbKZcZP3nVX+RJDT7dtYc=\r\n").status,
+      400);
+  EXPECT_EQ(post("/x", lists(200'000)).status, 404);
+  for (const char* call : {"inbox", "configuration", "push", "faults"}) {
+    EXPECT_EQ(post(std::string("/emulator/") + call, lists(200'000)).status, 400) << call;
+  }
+  EXPECT_EQ(post("/emulator/configuration", '"' + std::string(600, '[') + '"').status, 200) << "only a text";
+  const auto requests = state()["requests"];
+  EXPECT_EQ(requests[0]["body"], json::parse(saved(511)));
+  EXPECT_EQ(requests[1]["body"], nullptr);
+  EXPECT_EQ(requests[2]["body"], nullptr);
 }
 
 TEST_F(ControlTest, FilesArePublishedAsTheyAreWithTheirHeaders) {

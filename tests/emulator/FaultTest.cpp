@@ -151,6 +151,11 @@ TEST_F(FaultTest, WrongPlansAreRefusedAndTheOldOneStays) {
                          R"([{"path":"*","kind":"delay","times":1.5}])",
                          R"([{"path":"*","kind":"delay","time":1}])",
                          R"([{"path":7,"kind":"delay"}])",
+                         R"([{"path":null,"kind":"reset"}])",
+                         R"([{"path":"*","kind":null}])",
+                         R"([{"path":"*","kind":"status","headers":"X"}])",
+                         R"([{"path":"*","kind":"status","headers":["a"]}])",
+                         R"([{"path":"*","kind":"status","headers":{"A":1}}])",
                          R"([{"path":"*","kind":"status","headers":{"A":"b\r\nC: d"}}])"};
   for (const char* plan : wrong) EXPECT_THROW(emulator.setFaults(plan), std::invalid_argument) << plan;
   EXPECT_EQ(sendEvents().status, 500);

@@ -37,6 +37,8 @@ const KnownAnswer knownAnswers[] = {
      "fTT6rlG2lYttMPQEW2I5DVUVh6sXZoLyMzIB42UjUmw="},
     {"EscapesInPathAreDecoded", "topsecret", "127.0.0.1", "/%C3%A9/user/activate/json", "{}",
      "cJlmF93YV2jN+/OFSYKM5NS70wgcay5Td50pDupp5pw="},
+    {"EscapesThatAreNoTextAreNotDecoded", "topsecret", "127.0.0.1", "/%FF%41/user/activate/json", "{}",
+     "qFrzixFWTxnV9oQb2JNDEaktG8vqACPhmHaOlEysV6k="},
     {"AddressOfVersion6WithoutBrackets", "topsecret", "[::1]:12345", "/user/activate/json", "{}",
      "sJynoXnC1bjV4XYGQJyAsawWoC+/GEXE3Fzcdk974OA="},
 };
@@ -83,6 +85,16 @@ TEST(Signature, SignedTextEndsWithoutSlashAndKeepsTheRoot) {
   EXPECT_EQ(signedHead("h", "/a//b/"), "h/a//b");
   EXPECT_EQ(signedHead("h:80", "/"), "h:80/");
   EXPECT_EQ(signedHead("h", "/100%/x%2"), "h/100%/x%2");
+}
+
+// What python3 decodes, and what it refuses.
+TEST(Signature, PathIsDecodedUpToTheEdgesOfUtf8) {
+  EXPECT_EQ(signedHead("h", "/%DF%BF%E0%A0%80%ED%9F%BF%EF%BF%BF%F0%90%80%80%F4%8F%BF%BF"),
+            "h/\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF");
+  for (const char* path : {"/%C1%BF", "/%E0%9F%BF", "/%ED%A0%80", "/%F0%8F%BF%BF", "/%F4%90%80%80",
+                           "/%F5%80%80%80", "/%C3", "/%E2%82", "/%80", "/%C3%28", "/%E2%82%28"}) {
+    EXPECT_EQ(signedHead("h", path), "h" + std::string(path));
+  }
 }
 
 }  // namespace

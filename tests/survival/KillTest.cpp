@@ -90,5 +90,21 @@ TEST(Termination, ClosingEventOfATerminatedHostIsStored) {
   EXPECT_EQ(actions, (std::vector<std::string>{"+APP_OPENED", "+APP_CLOSED"}));
 }
 
+// The clock has a year to go when the service hears of the first event, so the command is under way.
+TEST(Termination, IsHeardInTheMiddleOfACommand) {
+  Site site;
+  ConsoleHost host(site.configuration, site.data);
+  host.expect("start");
+  host.expect("launched");
+  host.send("advance 31536000\n");
+  ASSERT_TRUE(site.service.waitForEvents(1, std::chrono::seconds(30)));
+  EXPECT_EQ(host.terminate(), 0);
+  EXPECT_TRUE(host.nextAnswer().is_null());
+  ConsoleHost next(site.configuration, site.data);
+  next.expect("start");
+  next.expect("advance 121");
+  EXPECT_EQ(site.service.events().back().at("action"), "+APP_CLOSED");
+}
+
 }  // namespace
 }  // namespace sorn::tests

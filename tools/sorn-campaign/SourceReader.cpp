@@ -4,7 +4,6 @@
 
 #include "sorn-campaign/Source.h"
 #include "support/Json.h"
-#include "support/JsonMend.h"
 
 namespace sorn::campaign {
 
@@ -127,7 +126,7 @@ class Reader {
     const std::size_t end = std::min(text_.find_first_of(" \t\r\n,:[]{}\"", begin), text_.size());
     const std::string_view word = text_.substr(begin, end - begin);
     at_ = end;
-    if (word == "true" || word == "false" || word == "null" || support::isJsonNumber(word)) return true;
+    if (support::Document::parse(word, support::Fragments::yes)) return true;
     return fail(begin, begin < text_.size() ? "expected a value" : "the document ends too early");
   }
 

@@ -1,13 +1,18 @@
 #include "sorn-config/ConfigurationFile.h"
 
+#include <algorithm>
 #include <array>
+#include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "support/Base64.h"
 #include "support/Cipher.h"
 #include "support/ConfigurationKeys.h"
 #include "support/Fault.h"
 #include "support/Json.h"
+#include "support/TextTrim.h"
+#include "support/Url.h"
 
 namespace sorn::config {
 
@@ -44,7 +49,37 @@ constexpr std::array<Entry, 4> entries{{{support::applicationKeyEntry, &Account:
                                         {support::modeEntry, &Account::mode, false},
                                         {support::environmentEntry, &Account::environment, true}}};
 
+// What the library's start takes for nothing, and so would refuse on the user's device.
+bool isBlank(std::string_view text) { return support::trimWhitespaceAndNewlines(text).empty(); }
+
+// The key stands in a header of every call, where a line end or another control would break it.
+bool holdsControl(std::string_view text) {
+  return std::any_of(text.begin(), text.end(),
+                     [](char one) { return (one >= 0 && one < ' ') || one == 0x7F; });
+}
+
+bool isOrigin(const std::string& text) {
+  const std::optional<support::Url> url = support::Url::parse(text);
+  if (!url || !url->host()) return false;
+  const int port = url->port().value_or(443);
+  return (url->scheme() == "https" || url->scheme() == "http") && port >= 1 && port <= 65535;
+}
+
 }  // namespace
+
+std::string faultOf(const Account& account) {
+  for (const auto& [name, text] : {std::pair("key", account.key), std::pair("secret", account.secret)}) {
+    const std::string subject = "the " + std::string(name);
+    if (!support::isValidUtf8(text)) return subject + " is not valid UTF-8";
+    if (isBlank(text)) return subject + " is missing or blank";
+    if (holdsControl(text)) return subject + " holds a control character";
+  }
+  if (account.mode != support::developmentMode && account.mode != support::productionMode) {
+    return "the mode must be development or production";
+  }
+  return isOrigin(account.environment) ? ""
+                                       : "the environment must be a web address, https://HOST or http://HOST";
+}
 
 std::string configurationText(const Account& account, support::PropertyListForm form) {
   support::TextDictionary texts;
@@ -80,7 +115,8 @@ std::optional<Account> readConfiguration(const std::filesystem::path& file, std:
     }
     account.*entry.value = *value;
   }
-  return account;
+  error = faultOf(account);
+  return error.empty() ? std::optional(account) : std::nullopt;
 }
 
 }  // namespace sorn::config

@@ -16,11 +16,14 @@ struct Account {
   std::string environment;
 };
 
+// Why a library with such an account would not start, or would start and never reach its service; empty when
+// neither is so.
+std::string faultOf(const Account& account);
+
 // The bytes of the file, with key, secret and environment enciphered.
 std::string configurationText(const Account& account, support::PropertyListForm form);
 
-// Reads such a file back. Absent when something in it would keep the library from starting; the reason goes
-// to `error`.
+// Reads such a file back. Absent when it is none, or its account has a fault; the reason goes to `error`.
 std::optional<Account> readConfiguration(const std::filesystem::path& file, std::string& error);
 
 }  // namespace sorn::config

@@ -4,8 +4,7 @@
 #include <set>
 #include <string_view>
 
-#include "support/ConfigurationKeys.h"
-#include "support/Json.h"
+#include "sorn-config/ConfigurationFile.h"
 
 namespace sorn::config {
 
@@ -30,21 +29,9 @@ std::string Options::*valueOf(std::string_view name) {
   return nullptr;
 }
 
-// A blank text would be refused by the library's start, and that only on the user's device.
-bool isBlank(const std::string& text) { return text.find_first_not_of(" \t\r\n\v\f") == std::string::npos; }
-
 std::string faultOfWriting(const Options& options) {
-  for (const Option& option : written) {
-    const std::string& value = options.*option.value;
-    if (isBlank(value)) return std::string(option.name) + " is missing or blank";
-    if (!support::isValidUtf8(value)) return std::string(option.name) + " is not valid UTF-8";
-  }
-  if (options.mode != support::developmentMode && options.mode != support::productionMode) {
-    return "--mode must be development or production";
-  }
-  const bool isWeb =
-      options.environment.starts_with("https://") || options.environment.starts_with("http://");
-  return isWeb ? "" : "--environment must begin with https:// or http://";
+  if (options.out.empty()) return "--out is missing";
+  return faultOf({options.key, options.secret, options.mode, options.environment});
 }
 
 }  // namespace

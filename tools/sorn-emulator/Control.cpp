@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "sorn-emulator/Core.h"
+#include "sorn-emulator/JsonText.h"
 
 namespace sorn::emulator {
 
@@ -19,12 +20,10 @@ constexpr std::string_view prefix = "/emulator/";
 HttpAnswer done() { return jsonAnswer(200, R"({"ok":true})"); }
 
 HttpAnswer wrong(int status, const std::string& reason) {
-  return jsonAnswer(status, json{{"ok", false}, {"error", reason}}.dump());
+  return jsonAnswer(status, jsonText(json{{"ok", false}, {"error", reason}}));
 }
 
-HttpAnswer getState(Core& core, const HttpRequest&) {
-  return jsonAnswer(200, core.state().dump(-1, ' ', false, json::error_handler_t::replace));
-}
+HttpAnswer getState(Core& core, const HttpRequest&) { return jsonAnswer(200, jsonText(core.state())); }
 
 HttpAnswer getEvents(Core& core, const HttpRequest&) {
   std::string list = "[";

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "sorn-emulator/Control.h"
+#include "sorn-emulator/JsonText.h"
 
 namespace sorn::emulator {
 
@@ -15,13 +16,7 @@ namespace {
 using nlohmann::json;
 
 HttpAnswer refusal(int status, const std::string& reason) {
-  return jsonAnswer(status, json{{"error", reason}}.dump());
-}
-
-json parsed(std::string_view text, const std::string& what) {
-  auto value = json::parse(text, nullptr, false);
-  if (value.is_discarded()) throw std::invalid_argument(what + " is not valid JSON");
-  return value;
+  return jsonAnswer(status, jsonText(json{{"error", reason}}));
 }
 
 std::optional<std::string> contentsOf(const std::filesystem::path& file) {
@@ -130,17 +125,17 @@ void Core::reset() {
 }
 
 void Core::setConfiguration(std::string_view text) {
-  service.setConfiguration(parsed(text, "the configuration"));
+  service.setConfiguration(wantedJson(text, "the configuration"));
 }
 
 void Core::setInbox(std::string_view text) {
-  const auto messages = parsed(text, "the inbox");
+  const auto messages = wantedJson(text, "the inbox");
   if (!messages.is_array()) throw std::invalid_argument("the inbox must be a list of messages");
   service.setInbox(messages);
 }
 
 void Core::addPush(std::string_view text) {
-  auto push = parsed(text, "the push");
+  auto push = wantedJson(text, "the push");
   if (!push.is_object()) throw std::invalid_argument("a push must be a dictionary");
   service.addPush(std::move(push));
 }

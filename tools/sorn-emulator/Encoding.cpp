@@ -53,6 +53,26 @@ std::string percentDecoded(std::string_view text) {
   return decoded;
 }
 
+bool isUtf8(std::string_view bytes) {
+  const auto at = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
+  const auto isBetween = [](int byte, int low, int high) { return byte >= low && byte <= high; };
+  for (std::size_t i = 0; i < bytes.size();) {
+    const int first = at(i++);
+    if (first < 0x80) continue;
+    if (!isBetween(first, 0xC2, 0xF4)) return false;
+    const std::size_t more = first < 0xE0 ? 1 : first < 0xF0 ? 2 : 3;
+    if (bytes.size() - i < more) return false;
+    const int lowest = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
+    const int highest = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
+    if (!isBetween(at(i), lowest, highest)) return false;
+    for (std::size_t k = 1; k < more; ++k) {
+      if (!isBetween(at(i + k), 0x80, 0xBF)) return false;
+    }
+    i += more;
+  }
+  return true;
+}
+
 std::string gzipped(std::string_view bytes) {
   z_stream stream{};
   // 15 window bits, and 16 more ask zlib for a gzip header and trailer.

@@ -13,6 +13,9 @@ std::string base64(std::string_view bytes);
 // "%41" becomes "A"; a percent sign that is not followed by two hexadecimal digits stays as it is.
 std::string percentDecoded(std::string_view text);
 
+// Whether the bytes are UTF-8 (RFC 3629): no longer forms than needed, no surrogates, nothing above U+10FFFF.
+bool isUtf8(std::string_view bytes);
+
 // A gzip member (RFC 1952) that holds `bytes`.
 std::string gzipped(std::string_view bytes);
 

@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "sorn-emulator/JsonText.h"
 #include "sorn-emulator/Paths.h"
 
 namespace sorn::emulator {
@@ -46,6 +47,7 @@ double duration(const json& value) {
 }
 
 Headers headersFrom(const json& value) {
+  if (!value.is_object()) throw std::invalid_argument("headers must be an object of texts");
   Headers headers;
   for (const auto& [name, text] : value.items()) headers.emplace_back(name, text.get<std::string>());
   for (const auto& [name, text] : headers) {
@@ -84,8 +86,10 @@ void readMember(Fault& fault, const std::string& name, const json& value) {
 
 Fault faultFrom(const json& object) {
   if (!object.is_object()) throw std::invalid_argument("a fault must be an object");
-  if (!object.contains("path") || !object.contains("kind")) {
-    throw std::invalid_argument("a fault needs \"path\" and \"kind\"");
+  for (const char* name : {"path", "kind"}) {
+    if (object.value(name, json()).is_null()) {
+      throw std::invalid_argument("a fault needs \"path\" and \"kind\"");
+    }
   }
   Fault fault;
   for (const auto& [name, value] : object.items()) {
@@ -104,7 +108,7 @@ bool Fault::takesContent() const {
 void FaultPlan::replace(std::string_view text) {
   std::vector<Fault> faults;
   try {
-    const auto list = json::parse(text);
+    const auto list = wantedJson(text, "the list of faults");
     if (!list.is_array()) throw std::invalid_argument("faults must be a list");
     for (const auto& object : list) faults.push_back(faultFrom(object));
   } catch (const json::exception& error) {

@@ -9,11 +9,6 @@ namespace sorn::emulator {
 
 namespace {
 
-bool sameName(std::string_view one, std::string_view other) {
-  auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-  return std::ranges::equal(one, other, [&](char a, char b) { return lower(a) == lower(b); });
-}
-
 std::string_view reasonOf(int status) {
   static constexpr std::array<std::pair<int, std::string_view>, 14> reasons{{
       {200, "OK"},
@@ -38,6 +33,11 @@ std::string_view reasonOf(int status) {
 }
 
 }  // namespace
+
+bool sameName(std::string_view one, std::string_view other) {
+  auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+  return std::ranges::equal(one, other, [&](char a, char b) { return lower(a) == lower(b); });
+}
 
 const std::string* HttpRequest::header(std::string_view name) const {
   for (const auto& [key, value] : headers) {

@@ -11,6 +11,9 @@ namespace sorn::emulator {
 
 using Headers = std::vector<std::pair<std::string, std::string>>;
 
+// Whether two header names, or two words in a header's value, are the same but for the case of letters.
+bool sameName(std::string_view one, std::string_view other);
+
 struct HttpRequest {
   std::string method;
   std::string path;   // as it was sent, without the query

@@ -44,6 +44,24 @@ bool parseHeader(std::string_view line, HttpRequest& request) {
   return true;
 }
 
+// Whether a list of words between commas has this one.
+bool holdsWord(std::string_view list, std::string_view word) {
+  while (!list.empty()) {
+    const auto item = list.substr(0, list.find(','));
+    if (sameName(trimmed(item), word)) return true;
+    list.remove_prefix(std::min(list.size(), item.size() + 1));
+  }
+  return false;
+}
+
+// Whether the body's length is announced twice and differently: nobody can tell where such a request ends.
+bool lengthIsInDoubt(const HttpRequest& request) {
+  const auto* announced = request.header("Content-Length");
+  return std::ranges::any_of(request.headers, [&](const auto& header) {
+    return sameName(header.first, "Content-Length") && header.second != *announced;
+  });
+}
+
 }  // namespace
 
 HttpReader::HttpReader(Channel& channel) : channel_(channel) {}
@@ -88,7 +106,7 @@ HttpReader::Outcome HttpReader::readHead(HttpRequest& request) {
     if (!parseHeader(*line, request)) return Outcome::malformed;
   }
   if (!line) return buffer_.size() > longestHead ? Outcome::tooLarge : Outcome::end;
-  if (const auto* connection = request.header("Connection"); connection && *connection == "close") {
+  if (const auto* connection = request.header("Connection"); connection && holdsWord(*connection, "close")) {
     request.keepAlive = false;
   }
   return Outcome::request;
@@ -99,7 +117,7 @@ HttpReader::Outcome HttpReader::readBody(HttpRequest& request) {
   const auto* announced = request.header("Content-Length");
   if (!coding && !announced) return Outcome::request;
   const auto length = announced ? number(*announced, 10) : std::size_t{0};
-  if (!length) return Outcome::malformed;
+  if (!length || lengthIsInDoubt(request)) return Outcome::malformed;
   if (*length > longestBody) return Outcome::tooLarge;
   // A caller that asks first sends its body only when told to go on (RFC 9110, section 10.1.1).
   if (request.header("Expect") && !channel_.write("HTTP/1.1 100 Continue\r\n\r\n")) return Outcome::end;
@@ -124,7 +142,7 @@ HttpReader::Outcome HttpReader::readChunks(std::string& body) {
     if (!line) return Outcome::end;
     const auto length = number(std::string_view(*line).substr(0, line->find(';')), 16);
     if (!length) return Outcome::malformed;
-    if (body.size() + *length > longestBody) return Outcome::tooLarge;
+    if (*length > longestBody - body.size()) return Outcome::tooLarge;
     if (const auto outcome = readExactly(*length, body); outcome != Outcome::request) return outcome;
     // An empty line ends a chunk; the last one's may have trailers before it, which nobody needs.
     for (auto rest = readLine(); !rest || !rest->empty(); rest = readLine()) {

@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "sorn-emulator/JsonText.h"
+
 namespace sorn::emulator {
 
 Journal::Journal(const std::string& file) {
@@ -19,8 +21,7 @@ void Journal::append(RequestRecord record) {
     const std::lock_guard lock(mutex_);
     if (file_.is_open()) {
       // A body need not be UTF-8; what is not is replaced in the parsed members, and stands whole in "raw".
-      file_ << toJson(*kept).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n'
-            << std::flush;
+      file_ << jsonText(toJson(*kept)) << '\n' << std::flush;
     }
     records_.push_back(std::move(kept));
   }

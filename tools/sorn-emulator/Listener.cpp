@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <exception>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -16,6 +17,8 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include "sorn-emulator/Http.h"
 
 namespace sorn::emulator {
 
@@ -97,7 +100,12 @@ void Listener::acceptLoop() {
 }
 
 void Listener::serve(Connection& connection) {
-  serve_(*connection.channel);
+  // A request that nobody foresaw costs its own connection, not the process.
+  try {
+    serve_(*connection.channel);
+  } catch (const std::exception&) {
+    connection.channel->write(headOf({500, {}, {}}, 0, false));
+  }
   connection.channel.reset();
   connection.ended = true;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-// Listens on an address and gives each connection a thread. Stopping ends them all, also those that hang.
+// Listens on an address and gives each connection a thread. Stopping ends them all, also those that hang. A
+// connection whose thread meets an exception ends with status 500.
 
 #include <functional>
 #include <list>

@@ -3,13 +3,11 @@
 #include <nlohmann/json.hpp>
 
 #include "sorn-emulator/Encoding.h"
+#include "sorn-emulator/JsonText.h"
 
 namespace sorn::emulator {
 
-nlohmann::json RequestRecord::body() const {
-  auto parsed = nlohmann::json::parse(raw, nullptr, false);
-  return parsed.is_discarded() ? nlohmann::json() : parsed;
-}
+nlohmann::json RequestRecord::body() const { return parsedJson(raw).value_or(nlohmann::json()); }
 
 std::string RequestRecord::expected() const { return signedHead.empty() ? std::string() : signedHead + raw; }
 

@@ -21,7 +21,7 @@ struct RequestRecord {
   std::string signedHead;  // the signed text before the body; empty when no call of the service was asked for
   std::string fault;       // the kind of fault that struck, else empty
 
-  // The body as JSON; null when it is none.
+  // The body as JSON; null when it is none, or nests too deeply.
   nlohmann::json body() const;
   // The text that should have been signed; empty when nothing should.
   std::string expected() const;

@@ -1,6 +1,7 @@
 #include "sorn-emulator/Service.h"
 
 #include "sorn-emulator/Encoding.h"
+#include "sorn-emulator/JsonText.h"
 
 namespace sorn::emulator {
 
@@ -21,7 +22,7 @@ std::string textAt(const json& object, const char* key) {
 
 json member(const json& object, const char* key) { return object.contains(key) ? object[key] : json(); }
 
-HttpAnswer refusal(const std::string& reason) { return jsonAnswer(400, json{{"error", reason}}.dump()); }
+HttpAnswer refusal(const std::string& reason) { return jsonAnswer(400, jsonText(json{{"error", reason}})); }
 
 }  // namespace
 
@@ -64,16 +65,16 @@ HttpAnswer Service::call(Endpoint endpoint, const std::string& body) {
     countEvents(objectsInReport(body));
     return jsonAnswer(200, "{}");
   }
-  const auto parsed = json::parse(body, nullptr, false);
-  if (!parsed.is_object()) return refusal("the body is no JSON object");
+  const auto parsed = parsedJson(body);
+  if (!parsed || !parsed->is_object()) return refusal("the body is no JSON object");
   if (endpoint == Endpoint::eventReport) {
-    const auto events = parsed.find("events");
-    if (events != parsed.end() && !events->is_array()) return refusal("\"events\" is no list");
-    if (events != parsed.end()) takeEvents(*events);
+    const auto events = parsed->find("events");
+    if (events != parsed->end() && !events->is_array()) return refusal("\"events\" is no list");
+    if (events != parsed->end()) takeEvents(*events);
     return jsonAnswer(200, "{}");
   }
   const std::lock_guard lock(mutex_);
-  return jsonAnswer(200, answerTo(endpoint, parsed).dump(-1, ' ', false, json::error_handler_t::replace));
+  return jsonAnswer(200, jsonText(answerTo(endpoint, *parsed)));
 }
 
 json Service::answerTo(Endpoint endpoint, const json& body) {
@@ -144,9 +145,7 @@ json Service::answerToInboxFetch(const json& body) const {
 void Service::takeEvents(const json& events) {
   std::vector<std::string> texts;
   texts.reserve(events.size());
-  for (const auto& event : events) {
-    texts.push_back(event.dump(-1, ' ', false, json::error_handler_t::replace));
-  }
+  for (const auto& event : events) texts.push_back(jsonText(event));
   {
     const std::lock_guard lock(mutex_);
     for (auto& text : texts) events_.push_back(std::move(text));

@@ -23,8 +23,8 @@ class Service {
   // With `lightMode` the events of a report are counted and dropped.
   explicit Service(bool lightMode);
 
-  // Takes one call in and answers it. A body that is no JSON object, or whose "events" are no list, is
-  // refused with 400; a key that is missing is not missed.
+  // Takes one call in and answers it. A body that is no JSON object, or nests too deeply, or whose "events"
+  // are no list, is refused with 400; a key that is missing is not missed.
   HttpAnswer call(Endpoint endpoint, const std::string& body);
 
   // The value of "configuration" in the answers to `save`; null leaves the key out.

@@ -45,7 +45,9 @@ std::string signedHead(std::string_view host, std::string_view path) {
   const auto [name, port] = split(host);
   std::string head(name);
   if (port >= 1 && port < 9999) head.append(":").append(std::to_string(port));
+  // Bytes that are no text can't be signed as one, so a path with such escapes is signed as it was sent.
   auto plain = percentDecoded(path);
+  if (!isUtf8(plain)) plain = path;
   while (plain.size() > 1 && plain.ends_with('/')) plain.pop_back();
   return head.append(plain);
 }
