@@ -1,5 +1,6 @@
 #include "device/DeviceManager.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "support/Fault.h"
@@ -38,8 +39,19 @@ std::string_view nameOf(DeviceIdiom idiom) {
   return "unspecified";
 }
 
-std::string textOr(const std::optional<std::string>& value) {
-  return value.value_or(std::string(notAvailable));
+// What a platform tells in another encoding can't be written anywhere, so it counts as not told.
+std::optional<std::string> readable(std::optional<std::string> text) {
+  return text && support::isValidUtf8(*text) ? std::move(text) : std::nullopt;
+}
+
+std::string textOr(std::optional<std::string> value) {
+  return readable(std::move(value)).value_or(std::string(notAvailable));
+}
+
+// "zh" of "zh-Hant-TW".
+std::optional<std::string> primaryLanguage(std::optional<std::string> tag) {
+  if (tag) tag->resize(std::min(tag->find('-'), tag->size()));
+  return tag;
 }
 
 // Zero for what is no decimal integer, digits of other scripts among them.
@@ -107,16 +119,16 @@ documents::DeviceInfo DeviceManager::deviceInfo() {
   info.device_type = nameOf(facts_.idiom());
   // The service knows installations by this maker and keeps its rules by it.
   info.device_manufacturer = "APPLE";
-  info.device_model = facts_.model();
+  info.device_model = readable(facts_.model());
   if (const auto screen = facts_.screen()) {
     info.screen_width = screen->width;
     info.screen_height = screen->height;
     info.screen_density = screen->density;
   }
-  info.network_operator = facts_.networkOperator();
-  info.country_code = facts_.countryCode();
-  info.os_version = facts_.systemVersion();
-  info.language = textOr(facts_.language());
+  info.network_operator = readable(facts_.networkOperator());
+  info.country_code = readable(facts_.countryCode());
+  info.os_version = readable(facts_.systemVersion());
+  info.language = textOr(primaryLanguage(facts_.language()));
   info.region = textOr(facts_.region());
   info.utcoffset = facts_.secondsFromGMT() / 60;
   info.app_package = textOr(bundle_.identifier());
@@ -124,7 +136,7 @@ documents::DeviceInfo DeviceManager::deviceInfo() {
   info.app_build = textOr(bundle_.build());
   info.sdk_version = sdkVersion_;
   info.is_jailbroken = false;
-  info.model_identifier = facts_.machine();
+  info.model_identifier = readable(facts_.machine());
   info.background_refresh_status = backgroundRefreshStatus();
   return info;
 }
@@ -138,39 +150,55 @@ std::optional<std::string> DeviceManager::advertisingIdentifier() {
     logger_.log(LogLevel::info, "Ad tracking is disabled...");
     return std::nullopt;
   }
-  return facts_.advertisingIdentifier();
+  return readable(facts_.advertisingIdentifier());
 }
 
-std::string DeviceManager::keyOf(std::string_view suffix) const {
-  const auto credentials = account_.credentials();
-  if (!credentials) support::fault("an application key before the device identifier is used");
-  return credentials->applicationKey + std::string(suffix);
+std::string DeviceManager::applicationKey() const {
+  std::optional<std::string> key = account_.applicationKey();
+  if (!key) support::fault("an application key before the device identifier is used");
+  return *std::move(key);
+}
+
+std::optional<std::string> DeviceManager::madeIdentifier() const {
+  const std::string key = applicationKey();
+  const std::lock_guard lock(mutex_);
+  return made_.first == key && !made_.second.empty() ? std::optional(made_.second) : std::nullopt;
 }
 
 std::optional<std::string> DeviceManager::readIdentifier() {
+  const std::string key = applicationKey();
   const auto readText = [&](std::string_view suffix) {
-    std::optional<std::string> value = keychain_.read(keyOf(suffix));
-    return value && support::isValidUtf8(*value) ? value : std::nullopt;
+    return readable(keychain_.read(key + std::string(suffix)).bytes);
   };
   if (std::optional<std::string> current = readText(secondGeneration)) return current;
   std::optional<std::string> former = readText(firstGeneration);
-  if (!former) return std::nullopt;
+  if (!former) return madeIdentifier();
   logger_.log(LogLevel::info, "Migrating old Sorn keychain key to v2...");
-  keychain_.save(keyOf(secondGeneration), former);
+  keychain_.save(key + std::string(secondGeneration), former);
   return former;
 }
 
 std::string DeviceManager::makeIdentifier() {
-  const auto credentials = account_.credentials();
-  if (!credentials) support::fault("an application key before a device identifier is made");
-  std::string identifier = credentials->applicationKey + "::" + support::makeUuid();
+  const std::string application = applicationKey();
+  std::string identifier = application + "::" + support::makeUuid();
+  {
+    const std::lock_guard lock(mutex_);
+    made_ = {application, identifier};
+  }
   // Under both keys: an older version of this library still finds it.
   for (const std::string_view suffix : {firstGeneration, secondGeneration}) {
-    const std::string key = keyOf(suffix);
+    const std::string key = application + std::string(suffix);
     logger_.log(LogLevel::info, [&] { return "Attempting saving of uuid info for key: " + key; });
     keychain_.save(key, identifier);
   }
   return identifier;
+}
+
+std::string DeviceManager::identifier() {
+  if (std::optional<std::string> known = readIdentifier()) return *std::move(known);
+  const std::lock_guard lock(makingMutex_);
+  std::optional<std::string> known = readIdentifier();
+  return known ? *std::move(known) : makeIdentifier();
 }
 
 }  // namespace sorn::device

@@ -2,9 +2,11 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "device/KeychainWrapper.h"
 #include "documents/DeviceInfo.h"
@@ -38,17 +40,16 @@ class DeviceManager {
   int backgroundRefreshStatus() const { return backgroundRefreshStatus_; }
   void setBackgroundRefreshStatus(int status) { backgroundRefreshStatus_ = status; }
 
-  // The identifier is bound to the account: the application key, "::" and a random UUID. Both operations are
-  // a fault before the credentials are known.
+  // The identifier is bound to the account: the application key, "::" and a random UUID. One that was made
+  // here and that the secure store could not keep stays valid as long as this object. All are a fault before
+  // the credentials are known.
   std::optional<std::string> readIdentifier();
   std::string makeIdentifier();
-  std::string identifier() {
-    std::optional<std::string> known = readIdentifier();
-    return known ? *std::move(known) : makeIdentifier();
-  }
+  std::string identifier();
 
  private:
-  std::string keyOf(std::string_view suffix) const;
+  std::string applicationKey() const;
+  std::optional<std::string> madeIdentifier() const;
   std::optional<std::string> advertisingIdentifier();
 
   const platform::DeviceFacts& facts_;
@@ -59,6 +60,10 @@ class DeviceManager {
   const std::string sdkVersion_;
   const std::int64_t extractedSDKVersion_;
   std::atomic<int> backgroundRefreshStatus_ = 0;
+  std::mutex makingMutex_;  // so that two threads that find no identifier make one between them
+  mutable std::mutex mutex_;
+  // The application key and the identifier that was made for it last.
+  std::pair<std::string, std::string> made_;
 };
 
 }  // namespace sorn::device

@@ -10,17 +10,18 @@ std::optional<std::string> KeychainWrapper::service(std::string_view key) const 
   return service;
 }
 
-std::optional<std::string> KeychainWrapper::read(std::string_view key) const {
+SecureStore::ReadResult KeychainWrapper::read(std::string_view key) const {
   const std::optional<std::string> item = service(key);
-  if (!item) return std::nullopt;
+  if (!item) return {SecureStore::itemNotFound, std::nullopt};
   SecureStore::ReadResult result = store_.read(*item);
-  if (result.status == SecureStore::success) return std::move(result.bytes);
+  if (result.status == SecureStore::success) return result;
+  result.bytes.reset();
   if (result.status != SecureStore::itemNotFound) {
     logger_.log(support::LogLevel::error, [&] {
       return "Nothing was retrieved from the keychain. Status code " + std::to_string(result.status);
     });
   }
-  return std::nullopt;
+  return result;
 }
 
 SecureStore::Status KeychainWrapper::save(std::string_view key, const std::optional<std::string>& value) {

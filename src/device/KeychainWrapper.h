@@ -16,8 +16,8 @@ class KeychainWrapper {
   KeychainWrapper(platform::SecureStore& store, const platform::Bundle& bundle, support::Logger& logger)
       : store_(store), bundle_(bundle), logger_(logger) {}
 
-  // Absent when there is no such item, it cannot be read, or the application has no identifier.
-  std::optional<std::string> read(std::string_view key) const;
+  // The item with the store's status. An application without an identifier has no items.
+  platform::SecureStore::ReadResult read(std::string_view key) const;
   // Replaces the item, or removes it when there is no value. Gives the store's status.
   platform::SecureStore::Status save(std::string_view key, const std::optional<std::string>& value);
 

@@ -16,6 +16,8 @@ namespace {
 
 // The longest body that is kept, after decoding; a longer one is `dataTooLarge`.
 constexpr std::size_t longestBody = std::size_t{64} << 20;
+// What is taken off the wire of a body that nobody reads, so that its connection can be kept.
+constexpr std::size_t longestLeftOut = std::size_t{1} << 20;
 // All header lines of one answer together.
 constexpr std::size_t longestHeaders = std::size_t{256} << 10;
 constexpr int mostRedirects = 20;
@@ -115,6 +117,8 @@ std::optional<int> CurlTransfer::prepareTarget() {
   prepareBody();
   response_ = {};
   headerBytes_ = 0;
+  headIsWhole_ = false;
+  leftOutBytes_ = 0;
   decoderIsChosen_ = false;
   decoder_.reset();
   progress_ = 0;
@@ -136,6 +140,7 @@ bool CurlTransfer::prepareHeaders() {
   curl_slist_free_all(std::exchange(headers_, nullptr));
   // A name without a value takes libcurl's own field out.
   std::vector<std::string> lines{"Accept-Encoding: gzip, deflate", "Expect:"};
+  if (const auto host = hostWithOwnPort(request_.url)) lines.push_back("Host: " + *host);
   bool hasContentType = false;
   for (const auto& [name, value] : request_.headers) {
     if (!isSafeField(name, value)) return false;
@@ -153,10 +158,10 @@ bool CurlTransfer::prepareHeaders() {
 
 std::optional<CurlTransfer::Result> CurlTransfer::ended(int curlCode) {
   if (failure_) return TransportError{*failure_};
-  if (curlCode != CURLE_OK) return TransportError{errorOf(curlCode)};
-  long status = 0;
-  curl_easy_getinfo(handle_, CURLINFO_RESPONSE_CODE, &status);
-  response_.status = static_cast<int>(status);
+  if (curlCode != CURLE_OK && !isDecided()) return TransportError{errorOf(curlCode)};
+  // An end within the header is no error to libcurl.
+  if (!headIsWhole_) return TransportError{TransportError::connectionLost};
+  response_.status = status();
   char* target = nullptr;
   curl_easy_getinfo(handle_, CURLINFO_REDIRECT_URL, &target);
   if (target && isRedirect(response_.status)) return followRedirect(target);
@@ -196,9 +201,21 @@ int CurlTransfer::errorOf(int curlCode) const {
   return transportErrorOf(curlCode, static_cast<int>(systemError));
 }
 
+int CurlTransfer::status() const {
+  long status = 0;
+  curl_easy_getinfo(handle_, CURLINFO_RESPONSE_CODE, &status);
+  return static_cast<int>(status);
+}
+
+// Whether the answer stands, however its body ends: nobody reads that, and it sends the client nowhere else.
+bool CurlTransfer::isDecided() const {
+  return headIsWhole_ && status() >= 200 && !readsBody() && !isRedirect(status());
+}
+
 // libcurl itself notices a body that is shorter than announced, but not one whose unpacked content stops
 // short.
 bool CurlTransfer::bodyIsWhole() const {
+  if (!readsBody()) return true;
   if (decoder_) return decoder_->isWhole();
   const std::optional<std::string> encoding = response_.header("Content-Encoding");
   const bool mustHaveBody = response_.status / 100 == 2 && response_.status != 204;
@@ -222,8 +239,10 @@ bool CurlTransfer::receiveHeader(std::string_view line) {
   // Each answer begins with a status line: those before the last one were interim.
   if (line.starts_with("HTTP/")) {
     response_.headers.clear();
+    headIsWhole_ = false;
     return true;
   }
+  headIsWhole_ = headIsWhole_ || line == "\r\n" || line == "\n";
   const std::size_t colon = line.find(':');
   if (colon == std::string_view::npos) return true;
   response_.headers.emplace_back(trimmedField(line.substr(0, colon)), trimmedField(line.substr(colon + 1)));
@@ -250,6 +269,7 @@ void CurlTransfer::chooseDecoder() {
 
 bool CurlTransfer::receiveBody(std::string_view piece) {
   moved();
+  if (!readsBody()) return (leftOutBytes_ += piece.size()) <= longestLeftOut;
   if (!decoderIsChosen_) chooseDecoder();
   if (decoder_) {
     const StreamInflate::Status status = decoder_->append(piece, response_.body, longestBody);

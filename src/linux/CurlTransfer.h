@@ -50,6 +50,9 @@ class CurlTransfer {
   std::optional<Result> followRedirect(const std::string& target);
   int errorOf(int curlCode) const;
   bool bodyIsWhole() const;
+  int status() const;
+  bool readsBody() const { return !request_.readsOnlySuccess || status() == 200; }
+  bool isDecided() const;
 
   void moved();
   bool receiveHeader(std::string_view line);
@@ -73,6 +76,8 @@ class CurlTransfer {
 
   platform::HttpResponse response_;
   std::size_t headerBytes_ = 0;
+  bool headIsWhole_ = false;
+  std::size_t leftOutBytes_ = 0;  // of a body that nobody reads
   bool decoderIsChosen_ = false;
   std::unique_ptr<StreamInflate> decoder_;
   std::optional<int> failure_;  // why a callback stopped the transfer

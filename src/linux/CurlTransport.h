@@ -18,8 +18,9 @@ class CurlTransfer;
 //
 // Redirects: 301 and 302 turn a POST into a GET, 303 asks for a GET, 307 and 308 repeat the request; another
 // origin gets no "Authorization". A body that ends early, also inside its gzip coding, is `connectionLost`,
-// one that can't be unpacked `cannotDecodeContent`, one beyond 64 MiB `dataTooLarge`. Header fields with a
-// line end are refused with `badUrl`. The idle time-out runs on the machine's clock.
+// one that can't be unpacked `cannotDecodeContent`, one beyond 64 MiB `dataTooLarge`. None of this is told
+// of a body that the request does not read. Header fields with a line end are refused with `badUrl`. The idle
+// time-out runs on the machine's clock.
 class CurlTransport final : public platform::HttpTransport {
  public:
   CurlTransport();

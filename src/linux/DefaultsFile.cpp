@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "linux/FileLock.h"
 #include "linux/StoredValue.h"
 #include "support/JsonWriter.h"
 
@@ -10,17 +11,41 @@ namespace sorn::headless {
 
 namespace {
 
-// One setting a line, so that a person can read and mend the file. Settings that JSON can't hold (texts that
-// are not UTF-8) are left out.
+// Absent for what JSON can't hold: texts that are not UTF-8.
+std::optional<std::string> memberText(const std::string& key, const Value& value) {
+  std::string text;
+  if (!support::appendText(text, key)) return std::nullopt;
+  text += ": ";
+  return support::appendValue(text, storedForm(value)) ? std::optional(std::move(text)) : std::nullopt;
+}
+
+// One setting a line, so that a person can read and mend the file.
 std::string fileText(const Dictionary& values) {
   std::string text = "{";
   for (const auto& [key, value] : values) {
-    std::string member = text.size() > 1 ? ",\n  " : "\n  ";
-    if (!support::appendText(member, key)) continue;
-    member += ": ";
-    if (support::appendValue(member, storedForm(value))) text += member;
+    const std::optional<std::string> member = memberText(key, value);
+    if (member) text.append(text.size() > 1 ? ",\n  " : "\n  ").append(*member);
   }
   return text + "\n}\n";
+}
+
+Dictionary restored(const Dictionary& members) {
+  Dictionary values;
+  for (const auto& [key, value] : members) values.emplace(key, restoredFrom(value));
+  return values;
+}
+
+void apply(Dictionary& values, const std::string& key, const std::optional<Value>& value) {
+  if (value) {
+    values.insert_or_assign(key, *value);
+  } else {
+    values.erase(key);
+  }
+}
+
+bool holds(const Dictionary& values, const std::string& key, const std::optional<Value>& value) {
+  const auto found = values.find(key);
+  return found == values.end() ? !value : value == found->second;
 }
 
 }  // namespace
@@ -31,16 +56,36 @@ DefaultsFile::DefaultsFile(const std::optional<std::filesystem::path>& file)
 void DefaultsFile::load() const {
   if (isLoaded_) return;
   isLoaded_ = true;
-  if (!file_) return;
-  JsonFile::Content content = file_->load();
-  state_ = content.state;
-  for (auto& [key, value] : content.members) values_.emplace(key, restoredFrom(value));
+  if (file_) values_ = restored(file_->load().members);
+}
+
+// Takes over what other processes have set. A file that tells nothing leaves what is known as it is.
+JsonFile::State DefaultsFile::refresh() {
+  const JsonFile::Content content = file_ ? file_->load() : JsonFile::Content();
+  const std::lock_guard lock(mutex_);
+  if (content.state == JsonFile::State::whole) values_ = restored(content.members);
+  for (const auto& [key, value] : unwritten_) apply(values_, key, value);
+  isLoaded_ = true;
+  return content.state;
 }
 
 // A file that can't be read is somebody else's to mend: writing would lose what is in it.
-void DefaultsFile::save() {
-  if (!file_ || state_ == JsonFile::State::unreadable) return;
-  if (!file_->save(fileText(values_), state_, platform::Durability::process)) state_ = JsonFile::State::whole;
+bool DefaultsFile::save(JsonFile::State replaced) const {
+  if (!file_ || replaced == JsonFile::State::unreadable) return false;
+  return !file_->save(fileText(values_), replaced, platform::Durability::process);
+}
+
+void DefaultsFile::change(const std::string& key, std::optional<Value> value) {
+  const std::lock_guard changing(changing_);
+  refresh();
+  // Most starts set what is there already.
+  if (holds(values_, key, value)) return;
+  unwritten_[key] = std::move(value);
+  std::optional<FileLock> lock;
+  if (file_) lock.emplace(file_->path());
+  if (!save(refresh())) return;
+  std::erase_if(unwritten_,
+                [](const auto& each) { return !each.second || memberText(each.first, *each.second); });
 }
 
 std::optional<Value> DefaultsFile::object(std::string_view key) const {
@@ -53,25 +98,12 @@ std::optional<Value> DefaultsFile::object(std::string_view key) const {
 }
 
 void DefaultsFile::set(std::string_view key, Value value) {
-  {
-    const std::lock_guard lock(mutex_);
-    load();
-    const auto [place, isNew] = values_.try_emplace(std::string(key));
-    // Most starts set what is there already.
-    if (isNew || place->second != value) {
-      place->second = std::move(value);
-      save();
-    }
-  }
+  change(std::string(key), std::move(value));
   announce();
 }
 
 void DefaultsFile::remove(std::string_view key) {
-  {
-    const std::lock_guard lock(mutex_);
-    load();
-    if (values_.erase(std::string(key)) > 0) save();
-  }
+  change(std::string(key), std::nullopt);
   announce();
 }
 

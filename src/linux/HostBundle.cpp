@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "linux/XdgDirectories.h"
+#include "support/Cipher.h"
+#include "support/Json.h"
 
 namespace sorn::headless {
 
@@ -17,6 +19,21 @@ std::filesystem::path executablePath() {
   return target.ends_with(mark) ? target.substr(0, target.size() - mark.size()) : target;
 }
 
+// A file name is any bytes, an identifier is text: it goes into documents of the service. In a name that is
+// no UTF-8 the bytes beyond ASCII become "%" and two digits, so that two programs stay apart.
+std::string identifierOf(std::string name) {
+  if (support::isValidUtf8(name)) return name;
+  std::string text;
+  for (const char byte : name) {
+    if ((byte & 0x80) != 0) {
+      text.append("%").append(support::hexText({&byte, 1}));
+    } else {
+      text += byte;
+    }
+  }
+  return text;
+}
+
 bool staysInside(const std::filesystem::path& relative) {
   if (relative.empty() || relative.is_absolute()) return false;
   for (const std::filesystem::path& part : relative) {
@@ -28,10 +45,11 @@ bool staysInside(const std::filesystem::path& relative) {
 }  // namespace
 
 HostBundle::HostBundle() : executable_(executablePath()), libraryVersion_(SORN_LIBRARY_VERSION) {
-  if (executable_.has_filename()) identifier_ = executable_.filename().string();
+  if (executable_.has_filename()) identifier_ = identifierOf(executable_.filename().string());
 }
 
 void HostBundle::setIdentifier(std::optional<std::string> identifier) {
+  if (identifier) identifier = identifierOf(*std::move(identifier));
   const std::lock_guard lock(mutex_);
   identifier_ = std::move(identifier);
 }
@@ -51,9 +69,10 @@ void HostBundle::setLibraryVersion(std::optional<std::string> version) {
   libraryVersion_ = std::move(version);
 }
 
-void HostBundle::addResourceDirectory(std::filesystem::path folder) {
+void HostBundle::addResourceDirectory(const std::filesystem::path& folder) {
+  std::filesystem::path place = absolutePath(folder);
   const std::lock_guard lock(mutex_);
-  added_.push_back(std::move(folder));
+  added_.push_back(std::move(place));
 }
 
 std::optional<std::string> HostBundle::identifier() const {

@@ -17,12 +17,14 @@ class HostBundle final : public platform::Bundle {
  public:
   HostBundle();
 
+  // One that is not UTF-8 is taken with its bytes beyond ASCII as "%" and two hexadecimal digits.
   void setIdentifier(std::optional<std::string> identifier);
   void setVersion(std::optional<std::string> version);
   void setBuild(std::optional<std::string> build);
   void setLibraryVersion(std::optional<std::string> version);
-  // A further folder with resources, searched after those that were added before.
-  void addResourceDirectory(std::filesystem::path folder);
+  // A further folder with resources, searched after those that were added before. A relative one is taken
+  // from the present working directory, wherever the host goes later.
+  void addResourceDirectory(const std::filesystem::path& folder);
 
   std::optional<std::string> identifier() const override;
   std::optional<std::string> version() const override;

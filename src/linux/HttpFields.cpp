@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
 #include <strings.h>
 
 namespace sorn::headless {
@@ -36,7 +39,10 @@ bool isRedirect(int status) {
 }
 
 bool isLoopback(std::string_view host) {
-  return host == "localhost" || host == "[::1]" || host.starts_with("127.");
+  in_addr address{};
+  const bool isNumber = ::inet_pton(AF_INET, std::string(host).c_str(), &address) == 1;
+  return host == "localhost" || host == "[::1]" ||
+         (isNumber && ntohl(address.s_addr) >> 24 == IN_LOOPBACKNET);
 }
 
 }  // namespace sorn::headless

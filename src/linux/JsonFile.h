@@ -21,6 +21,8 @@ class JsonFile {
 
   explicit JsonFile(std::filesystem::path file) : file_(std::move(file)) {}
 
+  const std::filesystem::path& path() const { return file_; }
+
   Content load() const;
   // A damaged file is kept beside the new one, with ".damaged" at its name's end, for whoever wants to know.
   std::error_code save(std::string_view json, State replaced, platform::Durability durability) const;

@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "linux/FileLock.h"
 #include "support/Base64.h"
 #include "support/JsonWriter.h"
 
@@ -13,7 +14,6 @@ SecureStoreFile::SecureStoreFile(const std::optional<std::filesystem::path>& fil
 
 platform::SecureStore::ReadResult SecureStoreFile::read(std::string_view service) const {
   if (!file_) return {ioFailure, std::nullopt};
-  const std::lock_guard lock(mutex_);
   const JsonFile::Content content = file_->load();
   if (content.state == JsonFile::State::absent) return {itemNotFound, std::nullopt};
   if (content.state != JsonFile::State::whole) return {ioFailure, std::nullopt};
@@ -27,7 +27,8 @@ platform::SecureStore::ReadResult SecureStoreFile::read(std::string_view service
 
 platform::SecureStore::Status SecureStoreFile::add(std::string_view service, std::string_view bytes) {
   if (!file_) return ioFailure;
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard changing(changing_);
+  const FileLock lock(file_->path());
   JsonFile::Content content = file_->load();
   if (content.state == JsonFile::State::unreadable) return ioFailure;
   const auto [item, isNew] = content.members.try_emplace(std::string(service));
@@ -38,7 +39,8 @@ platform::SecureStore::Status SecureStoreFile::add(std::string_view service, std
 
 platform::SecureStore::Status SecureStoreFile::remove(std::string_view service) {
   if (!file_) return ioFailure;
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard changing(changing_);
+  const FileLock lock(file_->path());
   JsonFile::Content content = file_->load();
   if (content.state == JsonFile::State::absent) return itemNotFound;
   if (content.state != JsonFile::State::whole) return ioFailure;

@@ -11,7 +11,8 @@
 namespace sorn::headless {
 
 // Secrets in a file that only the user may read (0600): a JSON object from the service's name to the item's
-// bytes in Base64. Each operation reads the file anew, so another process's items are seen. Any thread.
+// bytes in Base64. Each operation reads the file anew, so another process's items are seen, and changes are
+// made under a lock, so they are kept. Any thread.
 //
 // A damaged file reads as `ioFailure`; the next `add` puts it aside and begins a new one. A file that the
 // system refuses to give is left alone.
@@ -28,7 +29,7 @@ class SecureStoreFile final : public platform::SecureStore {
   Status save(const JsonFile::Content& content) const;
 
   const std::optional<JsonFile> file_;
-  mutable std::mutex mutex_;
+  std::mutex changing_;
 };
 
 }  // namespace sorn::headless

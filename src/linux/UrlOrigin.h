@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <variant>
 
@@ -18,5 +19,9 @@ struct UrlOrigin {
 // by two opinions about one text. Otherwise the code of `TransportError`: `unsupportedUrl` for a scheme other
 // than http and https, `badUrl` for what is no address.
 std::variant<UrlOrigin, int> originOf(const std::string& url);
+
+// The value of "Host" for an address that names a port although it is its scheme's own; absent for any other.
+// A signature covers the port as it is written, but the HTTP client by itself leaves such a one out.
+std::optional<std::string> hostWithOwnPort(const std::string& url);
 
 }  // namespace sorn::headless

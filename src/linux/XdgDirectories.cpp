@@ -39,6 +39,12 @@ std::optional<std::string> folderName(std::string_view identifier) {
 
 }  // namespace
 
+std::filesystem::path absolutePath(const std::filesystem::path& path) {
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(path.empty() ? "." : path, error);
+  return error ? path : absolute;
+}
+
 XdgHomes XdgHomes::fromEnvironment() {
   XdgHomes homes{absoluteFromEnvironment("XDG_DATA_HOME"), absoluteFromEnvironment("XDG_CONFIG_HOME")};
   if (homes.data && homes.config) return homes;
@@ -49,7 +55,10 @@ XdgHomes XdgHomes::fromEnvironment() {
   return homes;
 }
 
-XdgHomes XdgHomes::below(const std::filesystem::path& root) { return {root / "data", root / "config"}; }
+XdgHomes XdgHomes::below(const std::filesystem::path& root) {
+  const std::filesystem::path place = absolutePath(root);
+  return {place / "data", place / "config"};
+}
 
 std::vector<std::filesystem::path> sharedDataFolders() {
   const char* value = std::getenv("XDG_DATA_DIRS");

@@ -10,6 +10,10 @@
 
 namespace sorn::headless {
 
+// The same place after a change of the working directory. A path stays as it is where there is no working
+// directory any more.
+std::filesystem::path absolutePath(const std::filesystem::path& path);
+
 // The base directories of the user, after the XDG Base Directory Specification. Absent where there is no home
 // to put them in.
 struct XdgHomes {
@@ -18,7 +22,8 @@ struct XdgHomes {
 
   // From the environment, else below the user's home. A relative value counts as unset.
   static XdgHomes fromEnvironment();
-  // `root`/data and `root`/config, for a host that keeps everything in one place.
+  // `root`/data and `root`/config, for a host that keeps everything in one place. A relative root is taken
+  // from the present working directory.
   static XdgHomes below(const std::filesystem::path& root);
 };
 

@@ -18,7 +18,7 @@ void APIClient::request(Endpoint endpoint, Completion completion) {
 
 void APIClient::send(Endpoint endpoint, const Completion& completion) {
   const std::string_view path = description(endpoint);
-  std::optional<platform::HttpBody> body = bodyOf(std::move(endpoint), sources_);
+  std::optional<platform::HttpBody> body = bodyOf(std::move(endpoint), sources_, reports_.context());
   if (!body) {
     completion(CallError(PlatformError{std::string(support::JsonError::domain), support::JsonError::code}));
     return;

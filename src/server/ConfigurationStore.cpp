@@ -27,27 +27,46 @@ std::optional<std::string> ConfigurationStore::key() const {
 }
 
 std::shared_ptr<const Configuration> ConfigurationStore::configuration() {
-  const std::lock_guard lock(mutex_);
-  load();
-  return cached_;
+  {
+    const std::lock_guard lock(mutex_);
+    if (cached_) return cached_;
+  }
+  return readStored();
 }
 
-void ConfigurationStore::load() {
-  if (cached_) return;
+// A store that could not be read is asked again the next time; one without a usable item is not. What was
+// stored while this read went on counts before what it found.
+std::shared_ptr<const Configuration> ConfigurationStore::readStored() {
   const std::optional<std::string> storedUnder = key();
-  if (!storedUnder || *storedUnder == absentUnder_) return;
-  if (const std::optional<std::string> stored = keychain_.read(*storedUnder)) cached_ = decodeStored(*stored);
-  if (!cached_) absentUnder_ = *storedUnder;
+  if (!storedUnder) return nullptr;
+  std::uint64_t writesBefore = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    if (cached_ || *storedUnder == absentUnder_) return cached_;
+    writesBefore = writes_;
+  }
+  const platform::SecureStore::ReadResult stored = keychain_.read(*storedUnder);
+  std::shared_ptr<const Configuration> found = stored.bytes ? decodeStored(*stored.bytes) : nullptr;
+  const bool isAbsent = !found && (stored.status == platform::SecureStore::success ||
+                                   stored.status == platform::SecureStore::itemNotFound);
+  const std::lock_guard lock(mutex_);
+  if (cached_ || writes_ != writesBefore) return cached_;
+  cached_ = std::move(found);
+  if (isAbsent) absentUnder_ = *storedUnder;
+  return cached_;
 }
 
 // One value, read without taking a share in the whole.
 template <class Read>
 auto ConfigurationStore::stored(Read&& read)
     -> std::optional<std::invoke_result_t<Read, const Configuration&>> {
-  const std::lock_guard lock(mutex_);
-  load();
-  if (!cached_) return std::nullopt;
-  return read(*cached_);
+  {
+    const std::lock_guard lock(mutex_);
+    if (cached_) return read(*cached_);
+  }
+  const std::shared_ptr<const Configuration> known = readStored();
+  if (!known) return std::nullopt;
+  return read(*known);
 }
 
 void ConfigurationStore::setConfiguration(const std::optional<Configuration>& configuration) {
@@ -55,11 +74,14 @@ void ConfigurationStore::setConfiguration(const std::optional<Configuration>& co
   if (!storedUnder) return;
   std::optional<std::string> text;
   if (configuration) text = documents::encodeDocument(*configuration);
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard writing(writing_);
   keychain_.save(*storedUnder, text);
   // What is kept is what a later start would read, not what came over the wire.
-  cached_ = text ? decodeStored(*text) : nullptr;
+  std::shared_ptr<const Configuration> kept = text ? decodeStored(*text) : nullptr;
+  const std::lock_guard lock(mutex_);
+  cached_.swap(kept);
   absentUnder_.clear();
+  ++writes_;
 }
 
 bool ConfigurationStore::takeFromAnswer(const std::optional<support::Node>& answer) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -35,8 +36,7 @@ class ConfigurationStore {
 
  private:
   std::optional<std::string> key() const;
-  // Reads what is stored unless it is known. Under the lock.
-  void load();
+  std::shared_ptr<const documents::Configuration> readStored();
   template <class Read>
   auto stored(Read&& read) -> std::optional<std::invoke_result_t<Read, const documents::Configuration&>>;
 
@@ -44,7 +44,12 @@ class ConfigurationStore {
   device::KeychainWrapper& keychain_;
   support::Logger& logger_;
 
+  // One change after another. The secure store flushes the disk, for which nobody who asks has to wait: the
+  // fields below have a mutex of their own, which is never held while the secure store is at work.
+  std::mutex writing_;
+
   std::mutex mutex_;
+  std::uint64_t writes_ = 0;
   std::shared_ptr<const documents::Configuration> cached_;
   // The key under which nothing usable was found: events ask so often that the store is not read again.
   std::string absentUnder_;

@@ -1,6 +1,7 @@
 #include "server/Endpoint.h"
 
 #include <array>
+#include <string>
 #include <type_traits>
 
 #include "store/ManagedObjectContext.h"
@@ -34,39 +35,25 @@ void writeInteger(Writer& writer, std::string_view key, std::int64_t value) {
   writer.integer(value);
 }
 
-// One read or deleted message. An item whose record is gone leaves an empty object in its place.
-void writeItem(Writer& writer, const SNInboxItem& item, const store::Attribute<Date>& date,
-               const BodySources& sources) {
-  writer.beginObject();
-  store::ManagedObjectContext* context = item.managedObjectContext();
-  if (context) {
-    context->performBlockAndWait([&] {
-      const auto device = item.get(SNInboxItem::device);
-      const auto user = item.get(SNInboxItem::user);
-      const auto entityID = device ? device->get(store::SNDevice::entityID) : std::nullopt;
-      writeText(writer, "entity_id", entityID ? *entityID : sources.entityIdentifier());
-      writeInteger(writer, "entity_os", entityOS);
-      writeOptional(writer, "user_id", user ? user->get(store::SNUser::userID) : std::nullopt);
-      writer.key("timestamp");
-      writer.number(secondsSince1970(item.get(date).value_or(dateSince1970(0))));
-      writeOptional(writer, "campaign_id", item.get(SNInboxItem::campaignID));
-      writeOptional(writer, "category", item.get(SNInboxItem::category));
-    });
-  }
-  writer.endObject();
-}
-
-void writeItems(Writer& writer, const std::vector<store::Ref<SNInboxItem>>& items,
-                const store::Attribute<Date>& date, const BodySources& sources) {
-  writer.beginArray();
-  for (const auto& item : items) writeItem(writer, *item, date, sources);
-  writer.endArray();
+void writeItemMembers(Writer& writer, const SNInboxItem& item, const store::Attribute<Date>& date,
+                      const BodySources& sources) {
+  const auto device = item.get(SNInboxItem::device);
+  const auto user = item.get(SNInboxItem::user);
+  const auto entityID = device ? device->get(store::SNDevice::entityID) : std::nullopt;
+  writeText(writer, "entity_id", entityID ? *entityID : sources.entityIdentifier());
+  writeInteger(writer, "entity_os", entityOS);
+  writeOptional(writer, "user_id", user ? user->get(store::SNUser::userID) : std::nullopt);
+  writer.key("timestamp");
+  writer.number(secondsSince1970(item.get(date).value_or(dateSince1970(0))));
+  writeOptional(writer, "campaign_id", item.get(SNInboxItem::campaignID));
+  writeOptional(writer, "category", item.get(SNInboxItem::category));
 }
 
 // Writes the members of each endpoint's body.
 struct BodyWriter {
   Writer& writer;
   const BodySources& sources;
+  store::ManagedObjectContext& context;
 
   void entity() const { writeText(writer, "entity_id", sources.entityIdentifier()); }
   void user(std::string_view id) const {
@@ -77,7 +64,21 @@ struct BodyWriter {
   void permission(std::uint64_t types, std::int64_t status) const {
     entity();
     writeInteger(writer, "authorization_status", status);
-    writeInteger(writer, "notification_types", static_cast<std::int64_t>(types));
+    writer.key("notification_types");
+    writer.raw(std::to_string(types));
+  }
+  // Read or deleted messages, each within a turn of the store's queue. One whose record is gone leaves an
+  // empty object in its place.
+  void items(const std::vector<store::Ref<SNInboxItem>>& items, const store::Attribute<Date>& date) const {
+    writer.beginArray();
+    for (const auto& item : items) {
+      writer.beginObject();
+      context.performBlockAndWait([&] {
+        if (item->managedObjectContext()) writeItemMembers(writer, *item, date, sources);
+      });
+      writer.endObject();
+    }
+    writer.endArray();
   }
 
   void operator()(const PushTokenUpdate& endpoint) const {
@@ -109,14 +110,14 @@ struct BodyWriter {
   void operator()(const InboxDelete& endpoint) const {
     writer.key("deleted");
     if (endpoint.items) {
-      writeItems(writer, *endpoint.items, SNInboxItem::deletedAt, sources);
+      items(*endpoint.items, SNInboxItem::deletedAt);
     } else {
       writer.null();
     }
   }
   void operator()(const InboxRead& endpoint) const {
     writer.key("read");
-    writeItems(writer, endpoint.items, SNInboxItem::readAt, sources);
+    items(endpoint.items, SNInboxItem::readAt);
   }
   void operator()(const ReportPlace& endpoint) const {
     writeText(writer, "user_id", endpoint.user);
@@ -168,12 +169,13 @@ std::string_view description(const Endpoint& endpoint) {
   return paths[endpoint.index()];
 }
 
-std::optional<platform::HttpBody> bodyOf(Endpoint endpoint, const BodySources& sources) {
+std::optional<platform::HttpBody> bodyOf(Endpoint endpoint, const BodySources& sources,
+                                         store::ManagedObjectContext& context) {
   if (auto* report = std::get_if<EventReport>(&endpoint)) return std::move(report->body);
   std::string text;
   Writer writer(text);
   writer.beginObject();
-  std::visit(BodyWriter{writer, sources}, endpoint);
+  std::visit(BodyWriter{writer, sources, context}, endpoint);
   writer.endObject();
   if (!writer.isValid()) return std::nullopt;
   platform::HttpBody body;

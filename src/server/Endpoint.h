@@ -79,7 +79,8 @@ struct BodySources {
 };
 
 // The JSON body. All keys of an endpoint are always there, absent values as null. Absent when a text is not
-// valid UTF-8. Inbox items are read on their context's queue.
-std::optional<platform::HttpBody> bodyOf(Endpoint endpoint, const BodySources& sources);
+// valid UTF-8. Inbox items are read on the queue of their context.
+std::optional<platform::HttpBody> bodyOf(Endpoint endpoint, const BodySources& sources,
+                                         store::ManagedObjectContext& context);
 
 }  // namespace sorn::server

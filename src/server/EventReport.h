@@ -30,6 +30,9 @@ class EventReportBuilder {
                      support::Logger& logger)
       : context_(context), defaults_(defaults), logger_(logger) {}
 
+  // Where the events are, and everything else that is stored.
+  store::ManagedObjectContext& context() const { return context_; }
+
   // Not from the store's queue. Rows that are gone meanwhile are left out.
   platform::HttpBody build(const store::RowRanges& events);
 

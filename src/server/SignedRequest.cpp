@@ -46,6 +46,7 @@ std::variant<platform::HttpRequest, APIError> signedRequest(std::string_view pat
   request.url = url.text();
   request.idleTimeout = serviceTimeout;
   request.staysOnOrigin = true;
+  request.readsOnlySuccess = true;
   request.headers = {{"Content-Length", std::to_string(body.size())},
                      {"Content-Type", "application/json"},
                      {"Authorization", std::get<std::string>(std::move(signature))}};

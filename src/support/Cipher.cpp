@@ -65,6 +65,8 @@ CipherResult tryCrypt(std::string_view key, std::string_view iv, CipherOperation
 std::string crypt(std::string_view key, std::string_view iv, CipherOperation operation,
                   std::string_view input) {
   std::fputs("\n", stdout);
+  // A fault ends the process without a chance for the stream.
+  std::fflush(stdout);
   CipherResult result = tryCrypt(key, iv, operation, input);
   if (result.status != CipherStatus::success) {
     fault("a cipher status that is not negative, not " + std::to_string(result.status));

@@ -1,6 +1,8 @@
 #include "support/Logger.h"
 
+#include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
@@ -46,6 +48,9 @@ platform::SystemLogType typeOf(LogLevel level) {
   }
 }
 
+// What the caller of a forced line spends on it at most.
+constexpr std::chrono::milliseconds longestForcedWait{20};
+
 std::string_view lastPathComponent(std::string_view path) {
   const std::size_t slash = path.find_last_of('/');
   return slash == std::string_view::npos ? path : path.substr(slash + 1);
@@ -68,16 +73,20 @@ class Logger::Writer {
     if (thread_.joinable()) thread_.join();
   }
 
-  void append(platform::SystemLogType type, std::string line, bool toStandardOutput) {
-    const std::lock_guard lock(mutex_);
+  void append(platform::SystemLogType type, std::string line, bool toStandardOutput, Forced forced) {
+    std::unique_lock lock(mutex_);
     lines_.push_back({type, std::move(line), toStandardOutput});
+    const std::uint64_t number = ++appended_;
     if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
     changed_.notify_all();
+    if (forced == Forced::no || hangs_) return;
+    // Behind a log that does not move on, the next caller waits no more.
+    hangs_ = !changed_.wait_for(lock, longestForcedWait, [&] { return written_ >= number; });
   }
 
   void flush() {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return lines_.empty() && !writing_; });
+    changed_.wait(lock, [this] { return written_ == appended_; });
   }
 
  private:
@@ -87,24 +96,29 @@ class Logger::Writer {
     bool toStandardOutput;
   };
 
+  void writeOut(Line& line) const {
+    if (line.toStandardOutput) {
+      // In one piece, so that what the host prints meanwhile stands before it or after it.
+      line.text += '\n';
+      std::fwrite(line.text.data(), 1, line.text.size(), stdout);
+      std::fflush(stdout);
+    } else if (systemLog_) {
+      systemLog_->write(line.type, line.text);
+    }
+  }
+
   void run() {
     std::unique_lock lock(mutex_);
     while (true) {
       changed_.wait(lock, [this] { return ending_ || !lines_.empty(); });
       if (lines_.empty()) return;
-      const Line line = std::move(lines_.front());
+      Line line = std::move(lines_.front());
       lines_.pop_front();
-      writing_ = true;
       lock.unlock();
-      if (line.toStandardOutput) {
-        std::fwrite(line.text.data(), 1, line.text.size(), stdout);
-        std::fputc('\n', stdout);
-        std::fflush(stdout);
-      } else if (systemLog_) {
-        systemLog_->write(line.type, line.text);
-      }
+      writeOut(line);
       lock.lock();
-      writing_ = false;
+      ++written_;
+      hangs_ = false;
       changed_.notify_all();
     }
   }
@@ -113,7 +127,9 @@ class Logger::Writer {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<Line> lines_;
-  bool writing_ = false;
+  std::uint64_t appended_ = 0;
+  std::uint64_t written_ = 0;
+  bool hangs_ = false;
   bool ending_ = false;
   std::thread thread_;
 };
@@ -135,19 +151,19 @@ void Logger::log(const SornError& error, Forced forced, std::source_location loc
 void Logger::logDescription(std::string_view description, Forced forced, std::source_location location) {
   const Switches switches = readSwitches();
   if (!switches.logging && forced == Forced::no) return;
-  write(LogLevel::error, description, location, switches);
+  write(LogLevel::error, description, location, switches, forced);
 }
 
 void Logger::flush() { writer_->flush(); }
 
-void Logger::write(LogLevel level, std::string_view message, std::source_location location,
-                   Switches switches) {
+void Logger::write(LogLevel level, std::string_view message, std::source_location location, Switches switches,
+                   Forced forced) {
   std::string line;
   line.reserve(message.size() + 64);
   line.append("[").append(lastPathComponent(location.file_name())).append(":");
   line.append(std::to_string(location.line())).append("] ");
   line.append(markOf(level)).append(" ").append(message);
-  writer_->append(typeOf(level), std::move(line), switches.printStatements);
+  writer_->append(typeOf(level), std::move(line), switches.printStatements, forced);
 }
 
 }  // namespace sorn::support

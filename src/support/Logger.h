@@ -23,7 +23,8 @@ enum class Forced { no, yes };
 // Writes diagnostic lines for developers of host applications. Silent unless the environment holds
 // SNSORN_FORCE_LOGGING; SNSORN_FORCE_PRINT_STATEMENTS sends the lines to standard output instead of the
 // system log. Both are looked up at each call, so a disabled call costs two look-ups and formats nothing.
-// Any thread; lines are written on a thread of the logger's own, in the order of the calls.
+// Any thread; lines are written on a thread of the logger's own, in the order of the calls. A forced line is
+// waited for, briefly: a host that returns from `main` right after it would take it along.
 class Logger {
  public:
   explicit Logger(std::shared_ptr<platform::SystemLog> systemLog);
@@ -63,7 +64,8 @@ class Logger {
   class Writer;
 
   static Switches readSwitches();
-  void write(LogLevel level, std::string_view message, std::source_location location, Switches switches);
+  void write(LogLevel level, std::string_view message, std::source_location location, Switches switches,
+             Forced forced = Forced::no);
 
   std::shared_ptr<platform::SystemLog> systemLog_;
   std::unique_ptr<Writer> writer_;

@@ -5,8 +5,11 @@
 #include <cstdlib>
 #include <fstream>
 #include <memory>
+#include <utility>
 
 #include <plist/plist.h>
+
+#include "support/Json.h"
 
 namespace sorn::support {
 
@@ -46,43 +49,122 @@ std::optional<std::uint64_t> numberAt(std::string_view bytes, std::uint64_t offs
   return number;
 }
 
-// Walks the table of the binary form's objects, which ends with a trailer: size of an offset (byte 6), size
-// of a reference (7), number of objects (8 to 15), root (16 to 23), place of the table (24 to 31). An
-// object's first byte has its type in the upper half. The root must be the only container.
-bool isFlatBinary(std::string_view bytes) {
-  if (bytes.size() < binaryMark.size() + trailerLength) return false;
-  const std::string_view trailer = bytes.substr(bytes.size() - trailerLength);
-  const auto offsetSize = static_cast<std::size_t>(static_cast<unsigned char>(trailer[6]));
-  const std::uint64_t count = *numberAt(trailer, 8, 8);
-  const std::uint64_t root = *numberAt(trailer, 16, 8);
-  const std::uint64_t table = *numberAt(trailer, 24, 8);
-  if (root >= count || count > bytes.size() || table > bytes.size()) return false;
-  std::uint64_t references = 0;
-  for (std::uint64_t object = 0; object < count; ++object) {
-    const auto offset = numberAt(bytes, table + object * offsetSize, offsetSize);
-    const auto marker = offset ? numberAt(bytes, *offset, 1) : std::nullopt;
-    if (!marker) return false;
-    const std::uint64_t type = *marker >> 4;
-    const bool isContainer = type >= 0xA && type <= 0xD;
-    if (isContainer != (object == root)) return false;
-    if (!isContainer) continue;
-    // Up to 14 entries stand in the marker; 15 announces a number of 1, 2, 4 or 8 bytes behind it.
-    references = *marker & 0xF;
-    if (references < 0xF) continue;
-    const auto sizeMarker = numberAt(bytes, *offset + 1, 1);
-    if (!sizeMarker || (*sizeMarker & 0xF) > 3) return false;
-    const auto size = numberAt(bytes, *offset + 2, std::size_t{1} << (*sizeMarker & 0xF));
-    if (!size || *size > bytes.size()) return false;
-    references = *size;
+// The table of a binary file's objects, which ends with a trailer: size of an offset (byte 6), size of a
+// reference (7), number of objects (8 to 15), root (16 to 23), place of the table (24 to 31). An object's
+// first byte has its type in the upper half and its length in the lower one; 15 announces a length of 1, 2,
+// 4 or 8 bytes behind it.
+class BinaryObjects {
+ public:
+  // `bytes` has a trailer.
+  explicit BinaryObjects(std::string_view bytes) : bytes_(bytes) {
+    const std::string_view trailer = bytes.substr(bytes.size() - trailerLength);
+    offsetSize_ = static_cast<unsigned char>(trailer[6]);
+    referenceSize_ = static_cast<unsigned char>(trailer[7]);
+    count_ = *numberAt(trailer, 8, 8);
+    root_ = *numberAt(trailer, 16, 8);
+    table_ = *numberAt(trailer, 24, 8);
   }
-  return 2 * references * bytes.size() <= mostExpandedBytes;
+
+  // Whether the root is the only container, and the texts that it refers to are not too long together.
+  bool isFlat() const {
+    if (root_ >= count_ || count_ > bytes_.size() || table_ > bytes_.size()) return false;
+    for (std::uint64_t index = 0; index < count_; ++index) {
+      const auto found = object(index);
+      if (!found || found->isContainer() != (index == root_)) return false;
+    }
+    return expandsTo(*object(root_)) <= mostExpandedBytes;
+  }
+
+ private:
+  struct Object {
+    std::uint64_t type;
+    std::uint64_t length;  // in characters or entries
+    std::uint64_t content;
+
+    bool isContainer() const { return type >= 0xA && type <= 0xD; }
+    // Two bytes of UTF-16 become at most three of UTF-8.
+    std::uint64_t bytes() const { return bytesForNode + (type == 5 ? length : 3 * length); }
+  };
+  // What a value costs beside its content.
+  static constexpr std::uint64_t bytesForNode = 128;
+
+  std::optional<Object> object(std::uint64_t index) const {
+    const auto offset = numberAt(bytes_, table_ + index * offsetSize_, offsetSize_);
+    const auto marker = offset ? numberAt(bytes_, *offset, 1) : std::nullopt;
+    if (!marker) return std::nullopt;
+    Object found{*marker >> 4, *marker & 0xF, *offset + 1};
+    const bool hasLength = found.type >= 4;
+    if (!hasLength || found.length < 0xF) return found;
+    const auto sizeMarker = numberAt(bytes_, found.content, 1);
+    if (!sizeMarker || (*sizeMarker & 0xF) > 3) return std::nullopt;
+    const std::size_t size = std::size_t{1} << (*sizeMarker & 0xF);
+    const auto length = numberAt(bytes_, found.content + 1, size);
+    if (!length || *length > bytes_.size()) return std::nullopt;
+    return Object{found.type, *length, found.content + 1 + size};
+  }
+
+  // The sum over the keys and the values of a dictionary, each as often as it is named. More than is allowed
+  // for references to nowhere.
+  std::uint64_t expandsTo(const Object& dictionary) const {
+    std::uint64_t sum = 0;
+    for (std::uint64_t entry = 0; entry < 2 * dictionary.length && sum <= mostExpandedBytes; ++entry) {
+      const auto index = numberAt(bytes_, dictionary.content + entry * referenceSize_, referenceSize_);
+      const auto found = index && *index < count_ ? object(*index) : std::nullopt;
+      sum += found ? found->bytes() : mostExpandedBytes + 1;
+    }
+    return sum;
+  }
+
+  const std::string_view bytes_;
+  std::size_t offsetSize_ = 0;
+  std::size_t referenceSize_ = 0;
+  std::uint64_t count_ = 0;
+  std::uint64_t root_ = 0;
+  std::uint64_t table_ = 0;
+};
+
+bool isFlatBinary(std::string_view bytes) {
+  return bytes.size() >= binaryMark.size() + trailerLength && BinaryObjects(bytes).isFlat();
+}
+
+// Where the markup that begins at `at` ends; comments and the like may hold brackets.
+std::size_t endOfMarkup(std::string_view text, std::size_t at) {
+  constexpr std::pair<std::string_view, std::string_view> wholes[] = {
+      {"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}, {"<", ">"}};
+  for (const auto& [begin, end] : wholes) {
+    if (!text.substr(at).starts_with(begin)) continue;
+    const std::size_t found = text.find(end, at + begin.size());
+    return found == std::string_view::npos ? found : found + end.size();
+  }
+  return std::string_view::npos;
+}
+
+// libplist takes any of its elements as the root and looks at nothing behind it.
+bool isOnePlistElement(std::string_view text) {
+  bool isOpen = false;
+  for (std::size_t at = text.find('<'); at != std::string_view::npos;) {
+    const std::string_view rest = text.substr(at);
+    const std::size_t end = endOfMarkup(text, at);
+    if (end == std::string_view::npos) return false;
+    if (rest.starts_with("</plist")) {
+      return isOpen && text.find_first_not_of(" \t\r\n", end) == std::string_view::npos;
+    }
+    isOpen = isOpen || rest.starts_with("<plist");
+    if (!isOpen && !rest.starts_with("<?") && !rest.starts_with("<!")) return false;
+    at = text.find('<', end);
+  }
+  return false;
+}
+
+bool isSoundXml(std::string_view text) {
+  return isShallowXml(text) && isValidUtf8(text) && isOnePlistElement(text);
 }
 
 OwnedPlist parse(std::string_view bytes) {
   constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
   if (bytes.starts_with(byteOrderMark)) bytes.remove_prefix(byteOrderMark.size());
   if (bytes.empty() || bytes.size() > longestFile) return nullptr;
-  if (!(bytes.starts_with(binaryMark) ? isFlatBinary(bytes) : isShallowXml(bytes))) return nullptr;
+  if (!(bytes.starts_with(binaryMark) ? isFlatBinary(bytes) : isSoundXml(bytes))) return nullptr;
   plist_t node = nullptr;
   plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &node);
   return OwnedPlist(node);

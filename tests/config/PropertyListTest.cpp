@@ -42,6 +42,13 @@ TEST(PropertyList, ReadsTextsAsTheyStand) {
   EXPECT_EQ(parsePropertyList(xml("<dict/>")), TextDictionary());
 }
 
+TEST(PropertyList, FindsTheEndOfItsElementWhateverTextsSay) {
+  EXPECT_EQ(
+      parsePropertyList(
+          xml("<!-- </plist> --><dict><key>a</key><string><![CDATA[</plist>]]></string></dict>") + " \r\n\t"),
+      (TextDictionary{{"a", "</plist>"}}));
+}
+
 // The binary files are made with Python's plistlib.
 TEST(PropertyList, ReadsTheBinaryForm) {
   EXPECT_EQ(parsePropertyList(fromHex(
@@ -69,6 +76,13 @@ TEST(PropertyList, RefusesWhatIsNoDictionaryOfTexts) {
       {"cut", whole.substr(0, whole.find("</string>"))},
       {"nothing", ""},
       {"JSON", "{\"a\":\"b\"}"},
+      {"no UTF-8", xml("<dict><key>a</key><string>caf\xE9</string></dict>")},
+      {"text behind", whole + "x"},
+      {"zero byte behind", whole + std::string(1, '\0')},
+      {"two in a row", whole + whole},
+      {"no plist element", "<?xml version=\"1.0\"?><dict><key>a</key><string>b</string></dict>"},
+      {"plist element that stays open", whole.substr(0, whole.find("</plist>"))},
+      {"end in a comment", whole.substr(0, whole.find("</plist>")) + "<!-- </plist> -->"},
       {"binary integer",
        fromHex("62706c6973743030d10102516e1001080b0d000000000000010100000000000000030000000000000000000000"
                "000000000f")},
@@ -152,6 +166,16 @@ TEST(PropertyList, RefusesAFileThatUnpacksToManyTimesItsSize) {
   binary += table + std::string(6, '\0') + "\x04\x01" + four(0) + four(2) + four(0) + four(0) + four(0) +
             four(tableAt);
   EXPECT_EQ(parsePropertyList(binary), std::nullopt);
+}
+
+TEST(PropertyList, ReadsABinaryFileOfManyShortTexts) {
+  TextDictionary texts;
+  for (int number = 0; number < 5000; ++number) {
+    texts.emplace("key " + std::to_string(number), "text \u00e4 " + std::to_string(number % 100));
+  }
+  const std::string bytes = support::propertyListText(texts, support::PropertyListForm::binary);
+  EXPECT_GT(bytes.size(), 50000u);
+  EXPECT_EQ(parsePropertyList(bytes), texts);
 }
 
 TEST(PropertyList, ReadsAFileOfOneMebibyteAndNoneBeyond) {

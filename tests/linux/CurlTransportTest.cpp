@@ -6,6 +6,7 @@
 
 #include "linux/CurlTransport.h"
 #include "linux/HttpClient.h"
+#include "linux/HttpFields.h"
 #include "linux/ScriptedServer.h"
 
 namespace sorn::testing {
@@ -105,6 +106,16 @@ TEST(CurlTransport, ReachesThisMachinePastAProxy) {
   ::unsetenv("http_proxy");
 }
 
+TEST(HttpFields, KnowThisMachineByItsNamesAlone) {
+  for (const char* host : {"localhost", "[::1]", "127.0.0.1", "127.255.0.9"}) {
+    EXPECT_TRUE(headless::isLoopback(host)) << host;
+  }
+  for (const char* host : {"127.evil.example", "127.0.0.1.example", "127.0.0", "127.0.0.256", "127.",
+                           "12.7.0.0", "128.0.0.1", "::1", "localhost.example", ""}) {
+    EXPECT_FALSE(headless::isLoopback(host)) << host;
+  }
+}
+
 TEST(CurlTransport, RefusesWhatCannotBeSent) {
   struct Case {
     const char* url;
@@ -158,6 +169,12 @@ TEST(CurlTransport, NamesTheKindOfFailure) {
   const Case cases[] = {
       {"reset", [](const Request&, Connection& c) { c.reset(); }, TransportError::connectionLost},
       {"closed", [](const Request&, Connection& c) { c.close(); }, TransportError::connectionLost},
+      {"cut in the header",
+       [](const Request&, Connection& c) {
+         c.send("HTTP/1.1 200 OK\r\nContent-Le");
+         c.close();
+       },
+       TransportError::connectionLost},
       {"cut by length",
        [](const Request&, Connection& c) {
          c.send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nabc");

@@ -1,10 +1,16 @@
+#include <chrono>
 #include <csignal>
+#include <functional>
 #include <limits>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "linux/DefaultsFile.h"
 #include "linux/SecureStoreFile.h"
@@ -184,6 +190,98 @@ TEST(DefaultsFile, BeginsAnewWhenItsFileIsDamagedAndKeepsTheDamagedOne) {
     EXPECT_EQ(DefaultsFile(folder / "d.json").object("b"), Value(2)) << damaged;
     EXPECT_EQ(folder.read("d.json.damaged"), damaged);
   }
+}
+
+TEST(DefaultsFile, KeepsWhatAnotherHasSetMeanwhile) {
+  const TemporaryFolder folder;
+  DefaultsFile one(folder / "d.json");
+  DefaultsFile other(folder / "d.json");
+  EXPECT_EQ(one.object("a"), std::nullopt);
+  other.set("a", 1);
+  other.set("same", 1);
+  one.set("b", 2);
+  one.set("same", 2);
+  other.set("same", 1);
+  one.remove("a");
+  EXPECT_EQ(folder.read("d.json"), "{\n  \"b\": 2,\n  \"same\": 1\n}\n");
+  EXPECT_EQ(modeOf(folder / ".d.json.lock"), "0600");
+}
+
+TEST(DefaultsFile, WritesLaterWhatDidNotFit) {
+  const TemporaryFolder folder;
+  DefaultsFile defaults(folder / "d.json");
+  defaults.set("gone", 1);
+  {
+    const FullDisk disk(10);
+    defaults.set("a", 2);
+    defaults.remove("gone");
+  }
+  defaults.set("b", 3);
+  EXPECT_EQ(folder.read("d.json"), "{\n  \"a\": 2,\n  \"b\": 3\n}\n");
+}
+
+// Runs the work in processes of their own, all at once. Whether each came to its end.
+bool runsInProcesses(int count, const std::function<void(int)>& work) {
+  std::vector<pid_t> children;
+  for (int number = 0; number < count; ++number) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+      work(number);
+      ::_exit(0);
+    }
+    children.push_back(child);
+  }
+  bool isWell = true;
+  for (const pid_t child : children) {
+    int status = 1;
+    isWell = ::waitpid(child, &status, 0) == child && status == 0 && isWell;
+  }
+  return isWell;
+}
+
+TEST(FileLock, ProcessesLoseNothingOfEachOther) {
+  const TemporaryFolder folder;
+  const auto name = [](int process, int item) {
+    return std::to_string(process) + "." + std::to_string(item);
+  };
+  EXPECT_TRUE(runsInProcesses(4, [&](int process) {
+    DefaultsFile defaults(folder / "new/d.json");
+    SecureStoreFile store(folder / "new/s.json");
+    for (int item = 0; item < 15; ++item) {
+      defaults.set(name(process, item), item);
+      store.add(name(process, item), "x");
+    }
+  }));
+  const DefaultsFile defaults(folder / "new/d.json");
+  const SecureStoreFile store(folder / "new/s.json");
+  for (int process = 0; process < 4; ++process) {
+    for (int item = 0; item < 15; ++item) {
+      EXPECT_EQ(defaults.object(name(process, item)), Value(item)) << name(process, item);
+      EXPECT_EQ(store.read(name(process, item)).status, SecureStore::success) << name(process, item);
+    }
+  }
+}
+
+// As a process does that is stopped in the middle.
+TEST(FileLock, IsNotWaitedForWithoutEnd) {
+  const TemporaryFolder folder;
+  const int held = ::open(folder.write(".d.json.lock", "").c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(::flock(held, LOCK_EX), 0);
+  DefaultsFile defaults(folder / "d.json");
+  const auto start = std::chrono::steady_clock::now();
+  defaults.set("a", 1);
+  const std::chrono::duration<double> waited = std::chrono::steady_clock::now() - start;
+  ::close(held);
+  EXPECT_EQ(folder.read("d.json"), "{\n  \"a\": 1\n}\n");
+  EXPECT_GE(waited.count(), 1.0);
+  EXPECT_LT(waited.count(), 5.0);
+}
+
+TEST(FileLock, IsDoneWithoutWhereItCannotBe) {
+  const TemporaryFolder folder;
+  std::filesystem::create_directories(folder / ".d.json.lock");
+  DefaultsFile(folder / "d.json").set("a", 1);
+  EXPECT_EQ(folder.read("d.json"), "{\n  \"a\": 1\n}\n");
 }
 
 TEST(SecureStoreFile, KeepsBytesUnderServicesForTheUserAlone) {

@@ -17,6 +17,7 @@
 #include "linux/SystemClock.h"
 #include "linux/TemporaryFolder.h"
 #include "linux/XdgDirectories.h"
+#include "sorn/platform/Headless.h"
 
 namespace sorn::testing {
 
@@ -110,6 +111,36 @@ TEST(HostBundle, FindsResourcesInOrderAndNeverOutside) {
                                   (folder / "secret").string(), std::string("la\0te", 5)}) {
     EXPECT_EQ(bundle.resource(name, "plist"), std::nullopt) << name;
   }
+}
+
+TEST(HostBundle, MakesTextOfANameInAnotherEncoding) {
+  const std::pair<const char*, const char*> cases[] = {{"caf\xE9 1", "caf%e9 1"},
+                                                       {"\xC3\xA9\xFF", "%c3%a9%ff"},
+                                                       {"caf\xC3\xA9", "caf\xC3\xA9"},
+                                                       {"50%", "50%"}};
+  headless::HostBundle bundle;
+  for (const auto& [name, identifier] : cases) {
+    bundle.setIdentifier(name);
+    EXPECT_EQ(bundle.identifier(), identifier);
+  }
+}
+
+TEST(HeadlessPlatform, KeepsItsFoldersWhenTheHostGoesElsewhere) {
+  const TemporaryFolder folder;
+  folder.write("own/config.plist", "own");
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(folder.path());
+  const std::filesystem::path place = std::filesystem::current_path();
+  platform::HeadlessOptions options;
+  options.identifier = "app";
+  options.resourceDirectories = {"own"};
+  options.dataDirectory = "home";
+  const platform::Platform platform = platform::headless(options);
+  std::filesystem::current_path(before);
+  EXPECT_EQ(platform.bundle->resource("config", "plist"), place / "own/config.plist");
+  EXPECT_THAT(platform.directories->documents(), ::testing::ElementsAre(place / "home/data/app/documents"));
+  platform.userDefaults->set("a", 1);
+  EXPECT_TRUE(std::filesystem::exists(folder / "home/config/app/defaults.json"));
 }
 
 TEST(LinuxDeviceFacts, AreReadFromTheSystemsFiles) {

@@ -1,3 +1,5 @@
+#include <thread>
+
 #include "server/ServerFixture.h"
 
 namespace sorn::server {
@@ -125,6 +127,83 @@ TEST_F(ConfigurationStoreTest, SecureStoreIsReadOnceWhateverIsFound) {
     for (int index = 0; index < 100; ++index) inForce();
     EXPECT_EQ(host_.secureStore->reads() - before, 1) << isStored;
   }
+}
+
+TEST_F(ConfigurationStoreTest, StoreThatCouldNotBeReadIsAskedAgain) {
+  host_.secureStore->put(item, R"({"features":{"push":true,"report_usage":true},
+                                   "events_options":{"batch_timeout":7,"batch_size":3}})");
+  host_.secureStore->readStatus = platform::SecureStore::ioFailure;
+  EXPECT_EQ(inForce(), defaults);
+  host_.secureStore->readStatus = platform::SecureStore::success;
+  EXPECT_EQ(inForce(), "3 7.000000 yes yes no no");
+}
+
+// A secure store that a test can hold up, as a slow disk does.
+class SlowStore : public tests::FakeSecureStore {
+ public:
+  std::function<void()> beforeAdd;
+  std::function<void()> afterRead;
+
+  ReadResult read(std::string_view service) const override {
+    ReadResult result = FakeSecureStore::read(service);
+    if (const auto action = afterRead) action();
+    return result;
+  }
+  Status add(std::string_view service, std::string_view bytes) override {
+    if (beforeAdd) beforeAdd();
+    return FakeSecureStore::add(service, bytes);
+  }
+};
+
+class SlowConfigurationTest : public ::testing::Test {
+ protected:
+  SlowConfigurationTest() {
+    support::Credentials credentials;
+    credentials.applicationKey = "key";
+    account_.set(credentials);
+  }
+  static documents::Configuration ofBatchSize(std::int64_t size) {
+    documents::Configuration configuration;
+    configuration.eventOptions.batchSize = size;
+    return configuration;
+  }
+
+  SlowStore store_;
+  support::Account account_;
+  tests::FakeBundle bundle_;
+  support::Logger logger_{nullptr};
+  device::KeychainWrapper keychain_{store_, bundle_, logger_};
+  ConfigurationStore configuration_{account_, keychain_, logger_};
+};
+
+TEST_F(SlowConfigurationTest, NobodyWhoAsksWaitsForTheDisk) {
+  configuration_.setConfiguration(ofBatchSize(3));
+  std::promise<void> isWriting;
+  std::promise<void> mayEnd;
+  store_.beforeAdd = [&] {
+    isWriting.set_value();
+    mayEnd.get_future().wait();
+  };
+  std::thread writer([&] { configuration_.setConfiguration(ofBatchSize(4)); });
+  isWriting.get_future().wait();
+  auto asked = std::async(std::launch::async, [&] { return configuration_.batchSize(); });
+  const bool hasAnswer = asked.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+  mayEnd.set_value();
+  writer.join();
+  EXPECT_TRUE(hasAnswer);
+  EXPECT_EQ(asked.get(), 3);
+  EXPECT_EQ(configuration_.batchSize(), 4);
+}
+
+TEST_F(SlowConfigurationTest, AReadThatAWriteOvertakesBringsNothingOldBack) {
+  configuration_.setConfiguration(ofBatchSize(3));
+  ConfigurationStore late(account_, keychain_, logger_);
+  store_.afterRead = [&] {
+    store_.afterRead = nullptr;
+    late.setConfiguration(ofBatchSize(4));
+  };
+  EXPECT_EQ(late.batchSize(), 4);
+  EXPECT_EQ(late.batchSize(), 4);
 }
 
 }  // namespace sorn::server

@@ -67,6 +67,15 @@ TEST_F(DeviceManagerTest, DeviceTypesByTheirNames) {
   }
 }
 
+TEST_F(DeviceManagerTest, LanguageIsCutAtItsFirstHyphen) {
+  const std::pair<std::optional<std::string>, const char*> cases[] = {
+      {"zh-Hant-TW", "zh"}, {"de", "de"}, {"fr-", "fr"}, {std::nullopt, "n/a"}, {"\xE9-FR", "n/a"}};
+  for (const auto& [tag, language] : cases) {
+    host_.facts->languageFact = tag;
+    EXPECT_EQ(library().device().deviceInfo().language, language);
+  }
+}
+
 TEST_F(DeviceManagerTest, OffsetIsInMinutesCutTowardsZero) {
   const std::pair<int, std::int64_t> cases[] = {{-12600, -210}, {0, 0}, {59, 0}, {-59, 0}, {20700, 345}};
   for (const auto& [seconds, minutes] : cases) {
@@ -110,12 +119,21 @@ TEST_F(DeviceManagerTest, NewIdentifierIsKeptUnderBothGenerations) {
   EXPECT_EQ(restart().identifier(), identifier);
 }
 
-TEST_F(DeviceManagerTest, IdentifierThatCannotBeKeptHoldsForTheCaller) {
+TEST_F(DeviceManagerTest, IdentifierThatCannotBeKeptHoldsForThisRunAndThisAccount) {
   host_.secureStore->remove(second);
   host_.secureStore->addStatus = platform::SecureStore::ioFailure;
-  const std::string identifier = library().device().makeIdentifier();
+  const std::string identifier = library().device().identifier();
   EXPECT_EQ(identifier.size(), 41u);
+  EXPECT_EQ(library().device().identifier(), identifier);
+  EXPECT_EQ(library().device().deviceInfo().entity_id, identifier);
+  host_.secureStore->readStatus = platform::SecureStore::ioFailure;
+  EXPECT_EQ(library().device().readIdentifier(), identifier);
+  support::Credentials other = host_.credentials;
+  other.applicationKey = "other";
+  library().account().set(other);
   EXPECT_EQ(library().device().readIdentifier(), std::nullopt);
+  EXPECT_THAT(library().device().identifier(), ::testing::StartsWith("other::"));
+  EXPECT_EQ(restart().readIdentifier(), std::nullopt);
 }
 
 TEST_F(DeviceManagerTest, StoreThatCannotBeReadGivesNoIdentifier) {

@@ -18,6 +18,8 @@ TEST_F(EndpointTest, PathAndBodyOfEachCall) {
       {PushTokenUpdate{"00ff"}, "ios/push/token/update", R"({"entity_id":"key::DEVICE","push_id":"00ff"})"},
       {PushEnable{63, 2}, "ios/push/enable",
        R"({"entity_id":"key::DEVICE","authorization_status":2,"notification_types":63})"},
+      {PushEnable{0x8000000000000000, 2}, "ios/push/enable",
+       R"({"entity_id":"key::DEVICE","authorization_status":2,"notification_types":9223372036854775808})"},
       {PushDisable{0, -1}, "ios/push/disable",
        R"({"entity_id":"key::DEVICE","authorization_status":-1,"notification_types":0})"},
       {PreferencesSave{{"a", "\"\xC3\xA4"}}, "ios/preferences/save",
@@ -50,6 +52,7 @@ TEST_F(EndpointTest, PathAndBodyOfEachCall) {
     EXPECT_EQ(headerOf(request, "Content-Length"), std::to_string(textOf(request.body).size()));
     EXPECT_EQ(request.idleTimeout.count(), 30.0);
     EXPECT_TRUE(request.staysOnOrigin);
+    EXPECT_TRUE(request.readsOnlySuccess);
   }
 }
 
@@ -71,18 +74,23 @@ TEST_F(EndpointTest, SaveTellsWhatIsUnknownAsNullOrNotAvailable) {
   facts.idiomFact = platform::DeviceIdiom::unspecified;
   facts.screenFact = std::nullopt;
   facts.secondsFact = 20'699;
-  for (auto* fact : {&facts.modelFact, &facts.operatorFact, &facts.countryFact, &facts.systemFact,
-                     &facts.languageFact, &facts.regionFact, &facts.machineFact}) {
-    fact->reset();
-  }
-  host_.bundle->versionText = host_.bundle->buildText = host_.bundle->libraryText = std::nullopt;
-  EXPECT_EQ(json::parse(textOf(requestOf(Save{}).body)),
-            json::parse(R"({"timestamp":1700000000,"entity_id":"key::DEVICE","advertising_id":null,
+  // Absent, or a text in another encoding than the service's.
+  for (const std::optional<std::string>& unknown :
+       {std::optional<std::string>(), std::optional<std::string>("\xE9t\xE9")}) {
+    for (auto* fact : {&facts.modelFact, &facts.operatorFact, &facts.countryFact, &facts.systemFact,
+                       &facts.languageFact, &facts.regionFact, &facts.machineFact}) {
+      *fact = unknown;
+    }
+    host_.bundle->versionText = host_.bundle->buildText = host_.bundle->libraryText = unknown;
+    library_.reset();
+    EXPECT_EQ(json::parse(textOf(requestOf(Save{}).body)),
+              json::parse(R"({"timestamp":1700000000,"entity_id":"key::DEVICE","advertising_id":null,
       "device_type":"unspecified","device_manufacturer":"APPLE","device_model":null,"screen_width":null,
       "screen_height":null,"screen_density":null,"network_operator":null,"country_code":null,
       "os_version":null,"language":"n/a","region":"n/a","utcoffset":344,"app_package":"test.host",
       "app_version":"n/a","app_build":"n/a","sdk_version":"n/a","is_jailbroken":false,
       "model_identifier":null,"background_refresh_status":0,"other_entity_ids":[]})"));
+  }
 }
 
 TEST_F(EndpointTest, InboxItemsTellTheirOwnerAndTheirMoment) {

@@ -1,6 +1,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "support/Cipher.h"
 
@@ -61,6 +62,14 @@ TEST(Cipher, TheLibrarysOwnUseWritesAnEmptyLineFirst) {
   EXPECT_EQ(crypt(key, vector, CipherOperation::decrypt, hexBytes("db9ec157460f0cfaa07af7772d067f45")),
             "demo-key");
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "\n");
+}
+
+TEST(CipherDeathTest, TheEmptyLineIsThereWhenTheProcessEnds) {
+  const auto endingWithBothStreamsInOne = [] {
+    ::dup2(STDERR_FILENO, STDOUT_FILENO);
+    crypt(key, vector, CipherOperation::decrypt, "12345");
+  };
+  EXPECT_DEATH(endingWithBothStreamsInOne(), "\nFatal error");
 }
 
 TEST(CipherDeathTest, ADamagedValueEndsTheProcess) {

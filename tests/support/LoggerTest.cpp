@@ -1,4 +1,7 @@
+#include <atomic>
+#include <chrono>
 #include <cstdlib>
+#include <future>
 #include <memory>
 #include <string>
 #include <utility>
@@ -90,6 +93,43 @@ TEST_F(LoggerTest, LevelsHaveTheirMarkAndType) {
     EXPECT_EQ(systemLog_->lines.back().first, type);
     EXPECT_EQ(systemLog_->lines.back().second, place(line) + mark + " text");
   }
+}
+
+// Writes its first line only when it is told to.
+class HangingLog : public platform::SystemLog {
+ public:
+  void write(SystemLogType, std::string_view) override {
+    ++written;
+    mayGoOn.wait();
+  }
+  std::atomic<int> written = 0;
+  std::promise<void> goOn;
+  std::shared_future<void> mayGoOn = goOn.get_future().share();
+};
+
+TEST(ForcedLines, AreThereForAHostThatEndsRightAfterThem) {
+  const auto log = std::make_shared<HangingLog>();
+  log->goOn.set_value();
+  Logger logger(log);
+  int inTime = 0;
+  for (int number = 1; number <= 50; ++number) {
+    logger.logDescription("forced", Forced::yes);
+    inTime += log->written == number ? 1 : 0;
+    logger.flush();
+  }
+  // On a busy machine some take longer than anybody waits.
+  EXPECT_GE(inTime, 45);
+}
+
+TEST(ForcedLines, DoNotHangWithTheLog) {
+  const auto log = std::make_shared<HangingLog>();
+  Logger logger(log);
+  const auto start = std::chrono::steady_clock::now();
+  for (int number = 0; number < 1000; ++number) logger.logDescription("forced", Forced::yes);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+  log->goOn.set_value();
+  logger.flush();
+  EXPECT_EQ(log->written, 1000);
 }
 
 TEST_F(LoggerTest, LinesKeepTheirOrderAndAreWrittenBeforeTheEnd) {

@@ -34,6 +34,9 @@ struct HttpRequest {
   // A request that carries a signature stays with its origin (scheme, host, port): a redirect elsewhere is
   // then the answer itself, with its 3xx status.
   bool staysOnOrigin = false;
+  // For a request whose failures count by their status alone: the body of an answer with another status than
+  // 200 is left out, whatever it is like.
+  bool readsOnlySuccess = false;
 };
 
 struct HttpResponse {
