@@ -25,7 +25,7 @@ platform::HttpBody buildReport(Host& host) {
   server::EventReportBuilder builder(library.context(), *library.ports().userDefaults, library.logger());
   const store::RowRanges events =
       library.context().performBlockAndWait([&] { return library.events().pendingEvents(); });
-  return builder.build(events);
+  return builder.build(events).value();
 }
 
 void reportingTime(Figures& figures, const Service& service) {

@@ -1,6 +1,7 @@
 #include "facade/Diagnostics.h"
 
 #include <future>
+#include <tuple>
 
 #include "facade/Library.h"
 
@@ -17,7 +18,7 @@ std::map<std::string, StatusCounts> Diagnostics::recordCounts() {
   store::ManagedObjectContext& context = library_.context();
   context.performBlockAndWait([&] {
     for (const store::EntityDescription* entity : store::allEntities()) {
-      context.scan(*entity, {}, [&](const store::RowView& row) {
+      std::ignore = context.scan(*entity, {}, [&](const store::RowView& row) {
         StatusCounts& count = counts[std::string(entity->name)];
         const std::size_t column = entity->statusColumn;
         if (column == store::EntityDescription::noStatus || row.integerAt(column) != 1) {

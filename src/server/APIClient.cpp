@@ -71,13 +71,17 @@ void APIClient::sendDelete(std::vector<store::Ref<store::SNInboxItem>> items, Co
 
 void APIClient::reportEvents(const store::RowRanges& events, Completion completion) {
   tasks_.post([this, events, completion = std::move(completion)] {
-    platform::HttpBody body = reports_.build(events);
+    std::optional<platform::HttpBody> body = reports_.build(events);
+    if (!body) {
+      completion(CallError(PlatformError{PlatformError::storeDomain, PlatformError::unreadable}));
+      return;
+    }
     logger_.log(LogLevel::info, [&] {
       std::string list;
-      for (const std::string& piece : body.pieces) list += piece;
+      for (const std::string& piece : body->pieces) list += piece;
       return "Attempting to report events: " + list;
     });
-    send(EventReport{std::move(body)}, completion);
+    send(EventReport{*std::move(body)}, completion);
   });
 }
 

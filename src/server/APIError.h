@@ -10,6 +10,9 @@ namespace sorn::server {
 // 3840.
 struct PlatformError {
   static constexpr const char* transportDomain = "Transport";
+  // The records that a call is about could not be read.
+  static constexpr const char* storeDomain = "Store";
+  static constexpr int unreadable = 256;
 
   std::string domain;
   int code = 0;

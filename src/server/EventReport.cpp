@@ -57,7 +57,7 @@ void appendInteger(std::string& out, std::int64_t value) { support::appendNumber
 
 }  // namespace
 
-platform::HttpBody EventReportBuilder::build(const store::RowRanges& events) {
+std::optional<platform::HttpBody> EventReportBuilder::build(const store::RowRanges& events) {
   platform::HttpBody body;
   Shared shared;
   std::string piece = "{\"events\":[";
@@ -67,7 +67,7 @@ platform::HttpBody EventReportBuilder::build(const store::RowRanges& events) {
     while (next <= range.last) {
       std::size_t count = 0;
       std::int64_t last = range.last;
-      context_.performBlockAndWait([&] {
+      const bool isWhole = context_.performBlockAndWait([&] {
         shared.areCampaignsActive = defaults_.boolean(inAppCampaignsActive);
         const auto append = [&](const RowView& event) {
           if (!std::exchange(isFirst, false)) piece += ',';
@@ -76,8 +76,9 @@ platform::HttpBody EventReportBuilder::build(const store::RowRanges& events) {
           last = event.rowID();
           return false;
         };
-        context_.scan(SNEvent::entity(), {next, range.last}, append, reportedColumns);
+        return context_.scan(SNEvent::entity(), {next, range.last}, append, reportedColumns);
       });
+      if (!isWhole) return std::nullopt;
       next = last + 1;
       // The next piece is about as long: made for that, it neither grows nor wastes much, and the pieces of a
       // large report are most of what it costs in memory.

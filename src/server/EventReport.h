@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -33,8 +34,9 @@ class EventReportBuilder {
   // Where the events are, and everything else that is stored.
   store::ManagedObjectContext& context() const { return context_; }
 
-  // Not from the store's queue. Rows that are gone meanwhile are left out.
-  platform::HttpBody build(const store::RowRanges& events);
+  // Not from the store's queue. Rows that are gone meanwhile are left out. Absent when some could not be read:
+  // whoever took the report for whole would take them for reported.
+  std::optional<platform::HttpBody> build(const store::RowRanges& events);
 
  private:
   // What an event tells about its user and its device, written out once for all events that share them, and

@@ -19,7 +19,7 @@ CoreDataManager::CoreDataManager(platform::Directories& directories, const platf
                                  platform::Durability durability, support::Logger& logger)
     : directories_(directories), durability_(durability), logger_(logger), context_(queue_, clock, nullptr) {
   queue_.setQuietHandler(quietTime, [this] {
-    if (store_) store_->checkpointWhileQuiet();
+    if (PersistentStore* const store = store_) store->checkpointWhileQuiet();
   });
   queue_.performBlock([this] { openStore(); });
 }
@@ -40,12 +40,19 @@ void CoreDataManager::openStore() {
     store = PersistentStore::open(directory / databaseName, durability_, reason);
   }
   if (!store) {
-    logger_.log(support::LogLevel::error, "ERROR WHILE CREATING PERSISTENT STORE COORDINATOR!");
-    logger_.log(support::LogLevel::error, [&] { return "The store is not available: " + reason; });
+    logStoreIsMissing(reason);
     return;
   }
   store_ = store.get();
-  context_.setStore(std::move(store));
+  context_.setStore(std::move(store), [this](const std::string& damage) {
+    store_ = nullptr;
+    logStoreIsMissing(damage);
+  });
+}
+
+void CoreDataManager::logStoreIsMissing(const std::string& reason) {
+  logger_.log(support::LogLevel::error, "ERROR WHILE CREATING PERSISTENT STORE COORDINATOR!");
+  logger_.log(support::LogLevel::error, [&] { return "The store is not available: " + reason; });
 }
 
 }  // namespace sorn::store

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <atomic>
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 #include "sorn/platform/Clock.h"
@@ -27,11 +29,12 @@ class CoreDataManager {
 
  private:
   void openStore();
+  void logStoreIsMissing(const std::string& reason);
 
   platform::Directories& directories_;
   const platform::Durability durability_;
   support::Logger& logger_;
-  PersistentStore* store_ = nullptr;  // the context's
+  std::atomic<PersistentStore*> store_ = nullptr;  // the context's, as long as its file is whole
   ManagedObjectContext context_;
   support::SerialQueue queue_;  // ends first: its last blocks still use the context
 };

@@ -34,8 +34,9 @@ ManagedObjectContext::~ManagedObjectContext() {
   }
 }
 
-void ManagedObjectContext::setStore(std::unique_ptr<PersistentStore> store) {
+void ManagedObjectContext::setStore(std::unique_ptr<PersistentStore> store, StoreLost storeLost) {
   store_ = std::move(store);
+  storeLost_ = std::move(storeLost);
   if (store_) nextRowID_ = reservedRowIDs_ = store_->reservedRowIDs();
 }
 
@@ -88,9 +89,10 @@ Ref<ManagedObject> ManagedObjectContext::materialise(const EntityDescription& en
 }
 
 // Shows stored rows and records with unsaved changes together, in the order of their ids. A record's row in
-// the file counts for nothing while it has unsaved changes. The visitors return false to stop.
+// the file counts for nothing while it has unsaved changes. The visitors return false to stop. False when not
+// all rows could be read.
 template <class StoredVisitor, class PendingVisitor>
-void ManagedObjectContext::merge(const EntityDescription& entity, const Predicate& predicate, RowRange range,
+bool ManagedObjectContext::merge(const EntityDescription& entity, const Predicate& predicate, RowRange range,
                                  StoredVisitor&& stored, PendingVisitor&& pending, std::uint64_t wanted) {
   const std::vector<Ref<ManagedObject>> objects = pendingOf(entity, range);
   auto next = objects.begin();
@@ -117,13 +119,15 @@ void ManagedObjectContext::merge(const EntityDescription& entity, const Predicat
       goesOn = stored(row, cells);
       return goesOn;
     };
-    if (judgesHere) {
-      store_->select(entity, {}, range, allColumns, show);
-    } else {
-      store_->select(entity, predicate, range, wanted, show);
+    const bool isWhole = judgesHere ? store_->select(entity, {}, range, allColumns, show)
+                                    : store_->select(entity, predicate, range, wanted, show);
+    if (!isWhole) {
+      isStoreDamaged_ = isStoreDamaged_ || store_->isDamaged();
+      return false;
     }
   }
   showPendingBefore(std::numeric_limits<std::int64_t>::max());
+  return true;
 }
 
 Ref<ManagedObject> ManagedObjectContext::object(const EntityDescription& entity, std::int64_t rowID) {
@@ -144,7 +148,22 @@ void ManagedObjectContext::deleteObject(ManagedObject& object) {
   assert(isCurrentQueue());
   if (!object.isAlive()) return;
   object.isDeleted_ = true;
-  if (!object.isPending_) addPending(object);
+  if (object.isInserted_) {
+    forgetDeletedInserts();
+  } else if (!object.isPending_) {
+    addPending(object);
+  }
+}
+
+// A record that never was in the file leaves nothing to save.
+void ManagedObjectContext::forgetDeletedInserts() {
+  std::erase_if(pending_, [this](const Ref<ManagedObject>& object) {
+    if (!object->isInserted_ || !object->isDeleted_) return false;
+    registered_[&object->entity_].erase(object->rowID_);
+    object->context_ = nullptr;
+    object->isDeleted_ = object->isInserted_ = object->isPending_ = false;
+    return true;
+  });
 }
 
 std::vector<Ref<ManagedObject>> ManagedObjectContext::pendingOf(const EntityDescription& entity,
@@ -169,10 +188,10 @@ bool ManagedObjectContext::exists(const ManagedObject& object) {
   return isThere;
 }
 
-void ManagedObjectContext::visit(const EntityDescription& entity, const Predicate& predicate,
+bool ManagedObjectContext::visit(const EntityDescription& entity, const Predicate& predicate,
                                  const std::function<void(Ref<ManagedObject>)>& visitor) {
   assert(isCurrentQueue());
-  merge(
+  return merge(
       entity, predicate, {},
       [&](const sqlite::Statement& row, std::vector<Cell>& cells) {
         const std::int64_t rowID = row.integer(0);
@@ -189,10 +208,10 @@ void ManagedObjectContext::visit(const EntityDescription& entity, const Predicat
       });
 }
 
-void ManagedObjectContext::scan(const EntityDescription& entity, RowRange range,
+bool ManagedObjectContext::scan(const EntityDescription& entity, RowRange range,
                                 const std::function<bool(const RowView&)>& visitor, std::uint64_t wanted) {
   assert(isCurrentQueue());
-  merge(
+  const bool isWhole = merge(
       entity, {}, range,
       [&](const sqlite::Statement& row, std::vector<Cell>& cells) {
         return visitor(RowView(row.integer(0), &row, cells));
@@ -201,6 +220,8 @@ void ManagedObjectContext::scan(const EntityDescription& entity, RowRange range,
         return visitor(RowView(object->rowID_, nullptr, object->cells_));
       },
       wanted);
+  giveUpDamagedStore();
+  return isWhole;
 }
 
 std::size_t ManagedObjectContext::count(const EntityDescription& entity, const Predicate& predicate) {
@@ -226,9 +247,13 @@ void ManagedObjectContext::deleteRows(const EntityDescription& entity, const Row
   if (rows.empty()) return;
   for (const auto& [rowID, held] : registered_[&entity]) {
     if (!rows.contains(rowID)) continue;
-    if (const auto object = held.lock()) deleteObject(*object);
+    const auto object = held.lock();
+    if (!object || !object->isAlive()) continue;
+    object->isDeleted_ = true;
+    if (!object->isPending_) addPending(*object);
   }
-  bulk_.add({&entity, rows, std::nullopt});
+  forgetDeletedInserts();
+  if (store_) bulk_.add({&entity, rows, std::nullopt});
 }
 
 void ManagedObjectContext::setStatusOfRows(const EntityDescription& entity, const RowRanges& rows,
@@ -243,7 +268,7 @@ void ManagedObjectContext::setStatusOfRows(const EntityDescription& entity, cons
     object->cells_[entity.statusColumn + 1] = status;
     object->cells_[entity.statusColumn + 2] = secondsSince1970(now);
   }
-  bulk_.add({&entity, rows, status, secondsSince1970(now)});
+  if (store_) bulk_.add({&entity, rows, status, secondsSince1970(now)});
 }
 
 bool ManagedObjectContext::hasChanges() const { return statementsToWrite() > 0; }
@@ -272,13 +297,34 @@ bool ManagedObjectContext::save() {
     const bool needsTransaction = statements > 1;
     if (needsTransaction && !store_->begin()) return false;
     if (!writeChanges() || (needsTransaction && !store_->commit())) {
+      isStoreDamaged_ = isStoreDamaged_ || store_->isDamaged();
       if (needsTransaction) store_->rollBack();
+      giveUpDamagedStore();
       return false;
     }
     if (store_->checkpointIfLong()) queue_.runQuietHandlerSoon();
   }
   forgetWrittenChanges();
   return true;
+}
+
+// A damaged file fails again and again. What of it is in use goes on as records that were never saved; what a
+// fetch in vain has read should be forgotten by then.
+void ManagedObjectContext::giveUpDamagedStore() {
+  if (!isStoreDamaged_ || !store_) return;
+  damagedStore_ = std::move(store_);
+  bulk_.clear();
+  for (const Ref<ManagedObject>& object : pending_) object->isInserted_ = true;
+  forgetDeletedInserts();
+  for (const auto& [entity, objects] : registered_) {
+    for (const auto& [rowID, held] : objects) {
+      const auto object = held.lock();
+      if (!object || object->isPending_) continue;
+      object->isInserted_ = true;
+      addPending(*object);
+    }
+  }
+  if (storeLost_) storeLost_("the file is damaged");
 }
 
 bool ManagedObjectContext::writeChanges() {

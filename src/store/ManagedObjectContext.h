@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <span>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -94,6 +95,8 @@ RelationAssignment<Target> assign(const ToOne<Target>& relation, Ref<Target> tar
 // runs inside blocks of the context's queue, except the two operations that submit a block.
 class ManagedObjectContext {
  public:
+  using StoreLost = std::function<void(const std::string& reason)>;
+
   // Works without persistence when there is no store: every save that has something to write then fails.
   ManagedObjectContext(support::SerialQueue& queue, const platform::Clock& clock,
                        std::unique_ptr<PersistentStore> store);
@@ -107,25 +110,37 @@ class ManagedObjectContext {
     return queue_.performBlockAndWait(std::forward<Work>(work));
   }
   bool isCurrentQueue() const { return queue_.isCurrent(); }
-  // Puts the store under the context. Once, before the first record.
-  void setStore(std::unique_ptr<PersistentStore> store);
+  // Puts the store under the context. Once, before the first record. When its file turns out to be damaged
+  // later, the handler is told on the queue; from then on there is no store, and what was in use lives on in
+  // memory.
+  void setStore(std::unique_ptr<PersistentStore> store, StoreLost storeLost = {});
 
   template <class Record>
   Ref<Record> insert() {
     return std::static_pointer_cast<Record>(insert(Record::entity()));
   }
+  // Nothing when not all of them can be read.
   template <class Record>
   std::vector<Ref<Record>> fetchRecords(const Predicate& predicate = {}) {
     std::vector<Ref<Record>> records;
-    visit(Record::entity(), predicate, [&](Ref<ManagedObject> object) {
+    const bool isWhole = visit(Record::entity(), predicate, [&](Ref<ManagedObject> object) {
       records.push_back(std::static_pointer_cast<Record>(std::move(object)));
     });
+    if (!isWhole) {
+      records.clear();
+      giveUpDamagedStore();
+    }
     return records;
   }
   std::vector<Ref<ManagedObject>> fetchObjects(const EntityDescription& entity,
                                                const Predicate& predicate = {}) {
     std::vector<Ref<ManagedObject>> objects;
-    visit(entity, predicate, [&](Ref<ManagedObject> object) { objects.push_back(std::move(object)); });
+    const bool isWhole =
+        visit(entity, predicate, [&](Ref<ManagedObject> object) { objects.push_back(std::move(object)); });
+    if (!isWhole) {
+      objects.clear();
+      giveUpDamagedStore();
+    }
     return objects;
   }
   // The first record, in the order of creation, whose attributes have these values; a new one with them when
@@ -144,9 +159,10 @@ class ManagedObjectContext {
 
   // Shows every row in this range of row ids, unsaved changes included, in the order of creation, without
   // making objects. Return false from the visitor to stop. A stored row may read as absent in other columns
-  // than the wanted ones.
-  void scan(const EntityDescription& entity, RowRange range,
-            const std::function<bool(const RowView&)>& visitor, std::uint64_t wanted = allColumns);
+  // than the wanted ones. False when rows could not be read, so that some may be missing.
+  [[nodiscard]] bool scan(const EntityDescription& entity, RowRange range,
+                          const std::function<bool(const RowView&)>& visitor,
+                          std::uint64_t wanted = allColumns);
   // Deletes all records of these rows, or changes their status, without loading them.
   void deleteRows(const EntityDescription& entity, const RowRanges& rows);
   void setStatusOfRows(const EntityDescription& entity, const RowRanges& rows, std::int64_t status, Date now);
@@ -165,16 +181,18 @@ class ManagedObjectContext {
   using Registered = std::unordered_map<std::int64_t, std::weak_ptr<ManagedObject>>;
 
   void addPending(ManagedObject& object);
-  void visit(const EntityDescription& entity, const Predicate& predicate,
+  bool visit(const EntityDescription& entity, const Predicate& predicate,
              const std::function<void(Ref<ManagedObject>)>& visitor);
   template <class StoredVisitor, class PendingVisitor>
-  void merge(const EntityDescription& entity, const Predicate& predicate, RowRange range,
+  bool merge(const EntityDescription& entity, const Predicate& predicate, RowRange range,
              StoredVisitor&& stored, PendingVisitor&& pending, std::uint64_t wanted = allColumns);
   std::vector<Ref<ManagedObject>> pendingOf(const EntityDescription& entity, RowRange range) const;
   Ref<ManagedObject> registered(const EntityDescription& entity, std::int64_t rowID);
   Ref<ManagedObject> materialise(const EntityDescription& entity, std::int64_t rowID,
                                  std::vector<Cell> cells);
   void registerObject(const Ref<ManagedObject>& object);
+  void forgetDeletedInserts();
+  void giveUpDamagedStore();
   bool writeChanges();
   bool writeObject(ManagedObject& object);
   std::size_t statementsToWrite() const;
@@ -184,6 +202,10 @@ class ManagedObjectContext {
   support::SerialQueue& queue_;
   const platform::Clock& clock_;
   std::unique_ptr<PersistentStore> store_;
+  bool isStoreDamaged_ = false;
+  // Kept when it is given up, since a fetch may still be at it.
+  std::unique_ptr<PersistentStore> damagedStore_;
+  StoreLost storeLost_;
   std::vector<Ref<ManagedObject>> pending_;  // in the order of their first change
   std::unordered_map<const EntityDescription*, Registered> registered_;
   std::size_t sweepAt_ = 256;  // size of an identity map at which dead entries are swept out

@@ -46,7 +46,9 @@ std::string columnList(const EntityDescription& entity, std::uint64_t columns = 
 // Makes sure that there is a file which only its owner can read, and that what it holds may be a database.
 // SQLite would make one with wider rights, and would empty or overwrite some files that are none.
 bool prepareFile(const std::filesystem::path& file, std::string& reason) {
-  const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+  // What is no file, a pipe for instance, must not keep the library waiting.
+  constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+  const int descriptor = ::open(file.c_str(), flags, 0600);
   if (descriptor < 0) {
     reason = std::strerror(errno);
     return false;
@@ -54,11 +56,10 @@ bool prepareFile(const std::filesystem::path& file, std::string& reason) {
   constexpr std::string_view magic("SQLite format 3\0", 16);
   char begin[16] = {};
   struct stat status {};
-  const ssize_t length = ::read(descriptor, begin, sizeof begin);
   const bool isFile = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-  if (isFile && (status.st_mode & 0077) != 0) ::fchmod(descriptor, 0600);
+  const ssize_t length = isFile ? ::read(descriptor, begin, sizeof begin) : -1;
   ::close(descriptor);
-  if (!isFile || length < 0) {
+  if (length < 0) {
     reason = "not a readable file";
     return false;
   }
@@ -86,6 +87,7 @@ bool PersistentStore::openDatabase(std::string& reason) {
   }
   // Whose file it is comes first: the settings of the journal would already be written into it.
   if (!isOurs(reason)) return false;
+  for (const char* end : {"", "-wal"}) ::chmod((file_.string() + end).c_str(), 0600);
   if (!configure(database_)) {
     reason = database_.lastError();
     return false;
@@ -183,12 +185,14 @@ bool PersistentStore::probe() {
 }
 
 sqlite::Statement& PersistentStore::statement(const std::string& sql) {
-  auto found = statements_.find(sql);
-  if (found == statements_.end()) found = statements_.emplace(sql, database_.prepare(sql)).first;
-  return found->second;
+  const auto found = statements_.find(sql);
+  if (found != statements_.end()) return found->second;
+  sqlite::Statement prepared = database_.prepare(sql);
+  // A failure may be over the next time.
+  return prepared ? statements_.emplace(sql, std::move(prepared)).first->second : unprepared_;
 }
 
-void PersistentStore::select(const EntityDescription& entity, const Predicate& predicate, RowRange range,
+bool PersistentStore::select(const EntityDescription& entity, const Predicate& predicate, RowRange range,
                              std::uint64_t columns,
                              const std::function<bool(const sqlite::Statement&)>& visitor) {
   std::vector<const Cell*> values;
@@ -196,14 +200,15 @@ void PersistentStore::select(const EntityDescription& entity, const Predicate& p
   sqlite::Statement& select =
       statement("SELECT " + columnList(entity, columns) + " FROM " + std::string(entity.name) +
                 " WHERE id BETWEEN ? AND ? AND " + condition + " ORDER BY id");
-  if (!select) return;
   select.bind(1, range.first);
   select.bind(2, range.last);
   int parameter = 3;
   for (const Cell* value : values) select.bind(parameter++, *value);
   while (select.nextRow() && visitor(select)) {
   }
+  const bool isWhole = !select.failed();
   select.reset();
+  return isWhole;
 }
 
 std::size_t PersistentStore::count(const EntityDescription& entity, const Predicate& predicate) {
@@ -223,7 +228,7 @@ bool PersistentStore::commit() { return database_.execute("COMMIT"); }
 
 bool PersistentStore::insert(const EntityDescription& entity, std::int64_t rowID,
                              std::span<const Cell> cells) {
-  if (lastInserted_ != &entity) {
+  if (lastInserted_ != &entity || !*lastInsert_) {
     std::string sql = "INSERT INTO " + std::string(entity.name) + " (" + columnList(entity) + ") VALUES (?";
     for (std::size_t column = 0; column < entity.columns.size(); ++column) sql += ", ?";
     lastInsert_ = &statement(sql + ")");

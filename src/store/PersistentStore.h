@@ -29,8 +29,8 @@ class PersistentStore {
 
   // Shows the rows in ascending order of their ids; the statement's column 0 is the row id, the entity's
   // columns follow; those whose bits are not set read as absent. The visitor may not run another `select` of
-  // the same condition and columns; it returns false to stop.
-  void select(const EntityDescription& entity, const Predicate& predicate, RowRange range,
+  // the same condition and columns; it returns false to stop. False when not all rows could be read.
+  bool select(const EntityDescription& entity, const Predicate& predicate, RowRange range,
               std::uint64_t columns, const std::function<bool(const sqlite::Statement&)>& visitor);
   std::size_t count(const EntityDescription& entity, const Predicate& predicate);
 
@@ -45,6 +45,9 @@ class PersistentStore {
               std::span<const Cell> cells);
   bool remove(const EntityDescription& entity, std::int64_t rowID);
   bool apply(const BulkChange& change);
+
+  // Whether the operation before failed because the file is damaged.
+  bool isDamaged() const { return database_.lastFailedByDamage(); }
 
   // Ids below this one are taken.
   std::int64_t reservedRowIDs() const { return reservedRowIDs_; }
@@ -74,6 +77,7 @@ class PersistentStore {
   const platform::Durability durability_;
   sqlite::Database database_;
   std::unordered_map<std::string, sqlite::Statement> statements_;
+  sqlite::Statement unprepared_;  // stands for one that could not be prepared: it fails
   // The statement that runs for each stored event, found without building its text.
   const EntityDescription* lastInserted_ = nullptr;
   sqlite::Statement* lastInsert_ = nullptr;

@@ -1,7 +1,10 @@
 #include "sync/EventBatch.h"
 
 #include <string>
+#include <tuple>
 #include <vector>
+
+#include "support/JsonWriter.h"
 
 namespace sorn::sync {
 
@@ -52,8 +55,10 @@ void EventBatch::startEventBatching(Trigger trigger) {
   logger_.log(LogLevel::timer, [&] {
     if (trigger == Trigger::limit)
       return std::string("Starting event batching routine... (Batch limit reached)");
-    const Value period(configuration_.batchTimeout());
-    return "Starting event batching routine... (Period: " + std::to_string(*period.as<double>()) + " sec)";
+    std::string period;
+    support::appendNumber(period, configuration_.batchTimeout());
+    if (period.find_first_of(".e") == std::string::npos) period += ".0";
+    return "Starting event batching routine... (Period: " + period + " sec)";
   });
   // A batch that is out already would end the block at once: then none is queued.
   if (context_.isCurrentQueue() && database_.isMaintaining()) {
@@ -104,7 +109,7 @@ void EventBatch::deleteEvents(const store::RowRanges& events) {
   std::vector<std::string> eventIDs;
   if (logger_.isEnabled()) {
     for (const store::RowRange& range : events.ranges()) {
-      context_.scan(SNEvent::entity(), range, [&](const store::RowView& event) {
+      std::ignore = context_.scan(SNEvent::entity(), range, [&](const store::RowView& event) {
         eventIDs.emplace_back(event.text(SNEvent::eventID));
         return true;
       });

@@ -169,7 +169,8 @@ void EventStore::classifyPending(const std::function<bool(const store::RowView&)
   pendingCount_ = 0;
   lowWater_ = context_.lastRowID() + 1;
   allAreVisited_ = true;
-  context_.scan(SNEvent::entity(), {}, [&](const store::RowView& row) {
+  // What could not be read to the end is counted again the next time.
+  isCounted_ = context_.scan(SNEvent::entity(), {}, [&](const store::RowView& row) {
     const bool isPending = !row.isAbsent(SNEvent::status) && row.integer(SNEvent::status) == 0;
     if (isPending && staysPending(row)) {
       if (pendingCount_++ == 0) lowWater_ = row.rowID();
@@ -178,7 +179,6 @@ void EventStore::classifyPending(const std::function<bool(const store::RowView&)
     }
     return true;
   });
-  isCounted_ = true;
 }
 
 void EventStore::resetStale(Date now, double limit) {
@@ -207,13 +207,14 @@ store::RowRanges EventStore::pendingEvents() {
   if (allAreVisited_) return store::RowRanges({lowWater_, context_.lastRowID()}, pendingCount_);
   store::RowRanges events;
   bool afterGap = false;
-  context_.scan(SNEvent::entity(), {lowWater_, context_.lastRowID()}, [&](const store::RowView& row) {
+  const store::RowRange range{lowWater_, context_.lastRowID()};
+  const bool isWhole = context_.scan(SNEvent::entity(), range, [&](const store::RowView& row) {
     const bool isPending = !row.isAbsent(SNEvent::status) && row.integer(SNEvent::status) == 0;
     if (isPending) events.append(row.rowID(), afterGap);
     afterGap = !isPending;
     return true;
   });
-  return events;
+  return isWhole ? events : store::RowRanges();
 }
 
 void EventStore::noteSettled(const store::RowRanges& events) {

@@ -178,7 +178,7 @@ void MaintenanceRoutine::sendEvents() {
 store::RowRanges MaintenanceRoutine::eventsToReport() {
   store::RowRanges events;
   bool afterGap = false;
-  context_.scan(SNEvent::entity(), {}, [&](const store::RowView& row) {
+  const bool isWhole = context_.scan(SNEvent::entity(), {}, [&](const store::RowView& row) {
     const bool isUnder = std::ranges::any_of(
         reportsUnderWay_, [&](const store::RowRanges& report) { return report.contains(row.rowID()); });
     const bool isUnsent = row.integer(SNEvent::hasServerStatus) == 1 &&
@@ -193,7 +193,7 @@ store::RowRanges MaintenanceRoutine::eventsToReport() {
     afterGap = !isWanted;
     return true;
   });
-  return events;
+  return isWhole ? events : store::RowRanges();
 }
 
 void MaintenanceRoutine::applyReport(const store::RowRanges& events, const CallResult& result) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 
@@ -47,5 +48,14 @@ class RawDatabase {
 
   sqlite3* handle_ = nullptr;
 };
+
+// Overwrites the pages in the middle of a closed file of many: it still opens, but not all rows can be read.
+inline void spoilMiddle(const std::filesystem::path& file) {
+  constexpr std::size_t pageSize = 2048;
+  const auto middle = std::filesystem::file_size(file) / pageSize / 2 * pageSize;
+  std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
+  stream.seekp(static_cast<std::streamoff>(middle));
+  stream << std::string(3 * pageSize, '\xFF');
+}
 
 }  // namespace sorn::tests

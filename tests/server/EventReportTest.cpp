@@ -1,3 +1,4 @@
+#include "fakes/RawDatabase.h"
 #include "server/ServerFixture.h"
 #include "store/entities/SNEvent.h"
 
@@ -18,10 +19,9 @@ class EventReportTest : public ServerFixture {
     });
     return events;
   }
-  std::string textOfAll() {
-    return textOf(builder().build(store::RowRanges({1, library().context().lastRowID()}, 1)));
-  }
+  std::string textOfAll() { return textOf(build(store::RowRanges({1, library().context().lastRowID()}, 1))); }
   json report() { return json::parse(textOfAll())["events"]; }
+  platform::HttpBody build(const store::RowRanges& rows) { return builder().build(rows).value(); }
   EventReportBuilder builder() { return {library().context(), *host_.defaults, library().logger()}; }
 };
 
@@ -136,7 +136,7 @@ TEST_F(EventReportTest, ThousandEventsKeepTheirOrderOverAllPieces) {
   auto events = addEvents(500);
   ASSERT_TRUE(run([&] { return library().context().save(); }));
   for (const auto& event : addEvents(500)) events.push_back(event);
-  const auto body = builder().build(store::RowRanges({1, library().context().lastRowID()}, 1000));
+  const auto body = build(store::RowRanges({1, library().context().lastRowID()}, 1000));
   EXPECT_GT(body.pieces.size(), 10u) << "nobody waits for the store through all of it";
   const json reported = json::parse(textOf(body))["events"];
   ASSERT_EQ(reported.size(), 1000u);
@@ -154,15 +154,25 @@ TEST_F(EventReportTest, RangesLeaveOutWhatLiesBetweenAndWhatIsGone) {
     return library().context().save();
   }));
   std::string actions;
-  const json reported = json::parse(textOf(builder().build(rows)));
+  const json reported = json::parse(textOf(build(rows)));
   for (const json& event : reported["events"]) {
     actions += event["action"].get<std::string>() + " ";
   }
   EXPECT_EQ(actions, "0 1 3 199 ");
 }
 
-TEST_F(EventReportTest, NothingAtAllIsAnEmptyList) {
-  EXPECT_EQ(textOf(builder().build({})), R"({"events":[]})");
+TEST_F(EventReportTest, RowsThatCannotBeReadAreNotTakenForTheEnd) {
+  for (const auto& event : addEvents(500)) event->set(SNEvent::category, std::string(200, 'x'));
+  ASSERT_TRUE(run([&] { return library().context().save(); }));
+  library_.reset();
+  tests::spoilMiddle(host_.databaseFile());
+  std::promise<std::string> outcome;
+  library().client().reportEvents(store::RowRanges({1, 500}, 500),
+                                  [&](const CallResult& result) { outcome.set_value(describe(result)); });
+  EXPECT_EQ(outcome.get_future().get(), "Store 256");
+  EXPECT_TRUE(host_.transport->requests().empty());
 }
+
+TEST_F(EventReportTest, NothingAtAllIsAnEmptyList) { EXPECT_EQ(textOf(build({})), R"({"events":[]})"); }
 
 }  // namespace sorn::server

@@ -34,7 +34,8 @@ TEST_F(ContextTest, ScanStopsAtTheVisitorsWordAmongStoredAndUnsavedRows) {
   addEvent("c");
   for (std::size_t limit = 1; limit <= 3; ++limit) {
     std::size_t seen = 0;
-    run([&] { context_->scan(SNEvent::entity(), {}, [&](const RowView&) { return ++seen < limit; }); });
+    const auto visitor = [&](const RowView&) { return ++seen < limit; };
+    EXPECT_TRUE(run([&] { return context_->scan(SNEvent::entity(), {}, visitor); }));
     EXPECT_EQ(seen, limit);
   }
 }
@@ -46,12 +47,12 @@ TEST_F(ContextTest, ScanKeepsToItsRangeForStoredAndUnsavedRows) {
   const auto third = addEvent("c");
   addEvent("d");
   std::string seen;
-  run([&] {
-    context_->scan(SNEvent::entity(), {second->rowID(), third->rowID()}, [&](const RowView& row) {
-      seen += row.text(SNEvent::action);
-      return true;
-    });
-  });
+  const auto visitor = [&](const RowView& row) {
+    seen += row.text(SNEvent::action);
+    return true;
+  };
+  const RowRange range{second->rowID(), third->rowID()};
+  EXPECT_TRUE(run([&] { return context_->scan(SNEvent::entity(), range, visitor); }));
   EXPECT_EQ(seen, "bc");
 }
 
@@ -163,6 +164,23 @@ TEST_F(ContextTest, DeletedBeforeItsFirstSaveIsForgottenWithoutATrace) {
   EXPECT_TRUE(save());
   EXPECT_EQ(storedActions(), "kept");
   EXPECT_EQ(forgotten->managedObjectContext(), nullptr);
+}
+
+TEST_F(ContextTest, RecordsDeletedInMemoryAloneAreGoneAtOnce) {
+  support::SerialQueue queue;
+  ManagedObjectContext memoryOnly(queue, clock_, nullptr);
+  queue.performBlockAndWait([&] {
+    const auto kept = memoryOnly.insert<SNEvent>();
+    std::weak_ptr<SNEvent> alone = memoryOnly.insert<SNEvent>();
+    std::weak_ptr<SNEvent> oneOfMany = memoryOnly.insert<SNEvent>();
+    memoryOnly.deleteObject(*alone.lock());
+    memoryOnly.deleteRows(SNEvent::entity(), rowsOf({oneOfMany.lock()}));
+    EXPECT_TRUE(alone.expired() && oneOfMany.expired());
+    EXPECT_EQ(memoryOnly.fetchRecords<SNEvent>(), std::vector{kept});
+    // Their rows are no one's: nothing is kept to be written.
+    memoryOnly.setStatusOfRows(SNEvent::entity(), rowsOf({kept}), 1, clock_.now());
+    EXPECT_EQ(memoryOnly.count(SNEvent::entity()), 1u);
+  });
 }
 
 TEST_F(ContextTest, SaveOfNothingSucceedsEvenWithoutAStore) {

@@ -1,6 +1,7 @@
 #include <fstream>
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include "fakes/ChildProcess.h"
 #include "fakes/Polling.h"
@@ -78,6 +79,7 @@ TEST_P(UnusableFile, LeavesTheLibraryWithoutPersistenceAndIsNotTouched) {
   std::filesystem::create_directories(host.databaseFile().parent_path());
   GetParam().prepare(host.databaseFile());
   const std::string before = bytesOf(host.databaseFile());
+  const auto modeBefore = std::filesystem::symlink_status(host.databaseFile()).permissions();
   {
     const auto library = host.launch();
     EXPECT_FALSE(library->context().performBlockAndWait([&] { return library->context().isPersistent(); }));
@@ -88,6 +90,7 @@ TEST_P(UnusableFile, LeavesTheLibraryWithoutPersistenceAndIsNotTouched) {
     });
   }
   EXPECT_TRUE(bytesOf(host.databaseFile()) == before);
+  EXPECT_EQ(std::filesystem::symlink_status(host.databaseFile()).permissions(), modeBefore);
   EXPECT_FALSE(std::filesystem::exists(host.databaseFile().string() + "-wal"));
 }
 
@@ -124,10 +127,52 @@ INSTANTIATE_TEST_SUITE_P(
                    makeStore(file);
                    tests::RawDatabase(file).execute("PRAGMA user_version=2");
                  }},
+        Unusable{"Pipe", [](const auto& file) { ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0); }},
         Unusable{"Directory", [](const auto& file) { std::filesystem::create_directory(file); }},
         Unusable{"DanglingLink",
                  [](const auto& file) { std::filesystem::create_symlink("/nowhere/at/all", file); }}),
     [](const auto& each) { return each.param.name; });
+
+using DamagedFile = StoreFixture;
+
+TEST_F(DamagedFile, IsGivenUpAtTheFirstUnreadableRowAndWorkGoesOnInMemory) {
+  run([&] {
+    for (int number = 0; number < 500; ++number) {
+      context_->insert<SNEvent>()->set(SNEvent::action, std::string(200, 'x'));
+    }
+    context_->insert<SNUser>()->set(SNUser::userID, "in use");
+  });
+  ASSERT_TRUE(save());
+  close();
+  tests::spoilMiddle(file());
+  const std::string before = bytesOf(file());
+  for (const bool byWriting : {false, true}) {
+    std::string damage;
+    std::string reason;
+    queue_ = std::make_unique<support::SerialQueue>();
+    context_ = std::make_unique<ManagedObjectContext>(*queue_, clock_, nullptr);
+    context_->setStore(PersistentStore::open(file(), platform::Durability::process, reason),
+                       [&](const std::string& text) { damage += text; });
+    run([&] {
+      ASSERT_TRUE(context_->isPersistent()) << reason;
+      const auto user = context_->fetchRecords<SNUser>().at(0);
+      if (byWriting) {
+        context_->deleteRows(SNEvent::entity(), RowRanges({}, 500));
+        EXPECT_FALSE(context_->save());
+      } else {
+        EXPECT_EQ(context_->fetchRecords<SNEvent>().size(), 0u) << "not a part of them";
+      }
+      EXPECT_FALSE(context_->isPersistent());
+      EXPECT_EQ(damage, "the file is damaged");
+      EXPECT_EQ(context_->fetchRecords<SNUser>(), std::vector{user});
+      context_->insert<SNEvent>()->set(SNEvent::action, "later");
+      EXPECT_FALSE(context_->save());
+      EXPECT_EQ(context_->fetchRecords<SNEvent>().size(), 1u);
+    });
+    close();
+    EXPECT_TRUE(bytesOf(file()) == before);
+  }
+}
 
 TEST(StoreFile, FolderThatCannotBeMadeLeavesTheLibraryWithoutPersistence) {
   tests::TestHost host;

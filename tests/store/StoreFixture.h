@@ -68,11 +68,11 @@ class StoreFixture : public ::testing::Test {
   std::string scanned() {
     return run([&] {
       std::string actions;
-      context_->scan(SNEvent::entity(), {}, [&](const RowView& row) {
+      const bool isWhole = context_->scan(SNEvent::entity(), {}, [&](const RowView& row) {
         actions.append(row.text(SNEvent::action)).append(std::to_string(row.integer(SNEvent::status)));
         return true;
       });
-      return actions;
+      return isWhole ? actions : "unreadable";
     });
   }
   std::size_t counted(const Predicate& predicate = {}) {

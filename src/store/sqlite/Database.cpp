@@ -143,6 +143,11 @@ void Database::flushToDisk() {
   if (file->pMethods) file->pMethods->xSync(file, SQLITE_SYNC_NORMAL | SQLITE_SYNC_DATAONLY);
 }
 
+bool Database::lastFailedByDamage() const {
+  const int primary = handle_ ? sqlite3_errcode(handle_) & 0xFF : SQLITE_OK;
+  return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
+}
+
 std::string Database::lastError() const { return handle_ ? sqlite3_errmsg(handle_) : "not open"; }
 
 }  // namespace sorn::store::sqlite

@@ -80,6 +80,8 @@ class Database {
   void flushToDisk();
 
   std::string lastError() const;
+  // Whether the last operation of this connection failed because the file is damaged or no database.
+  bool lastFailedByDamage() const;
 
  private:
   sqlite3* handle_ = nullptr;
