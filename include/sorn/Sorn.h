@@ -22,9 +22,10 @@ class Library;
 
 // The library as its host sees it: start it once, early, and report what happens. Operations are safe to call
 // from any thread, return soon, and never wait for the network. Failures of synchronous operations are thrown
-// as `SornError`; each is written to the system log first where the operation says so.
+// as `SornError`; each is written to the system log first.
 //
-// After a `fork` without an `exec` the child's copy refuses work with `serviceUnavailable`.
+// After a `fork` without an `exec` the child's copy refuses work with `serviceUnavailable`; its lifecycle
+// hooks do nothing.
 class SORN_EXPORT Sorn {
  public:
   // The one instance of this process. The first call makes it, with the ports given to `platform::install` or

@@ -5,9 +5,11 @@
 #include "events/EventValidation.h"
 #include "facade/Library.h"
 #include "linux/HeadlessPlatform.h"
+#include "support/ForkGuard.h"
 
 namespace sorn {
 
+using facade::Lifecycle;
 using support::Forced;
 
 namespace {
@@ -22,6 +24,12 @@ struct Installed {
 Installed& installed() {
   static Installed& held = *new Installed;
   return held;
+}
+
+// A host's hooks run in a forked child as well, for instance while it exits. There they do nothing: what they
+// would write belongs to the parent.
+void run(facade::Library& library, void (Lifecycle::*hook)()) {
+  if (!support::isForkedChild()) (library.lifecycle().*hook)();
 }
 
 }  // namespace
@@ -43,7 +51,12 @@ Sorn& Sorn::manager() {
 
 void Sorn::start(const std::string& configurationFile) {
   library_.refuseAfterFork();
-  library_.start(configurationFile);
+  try {
+    library_.start(configurationFile);
+  } catch (const SornError& error) {
+    library_.logger().log(error, Forced::yes);
+    throw;
+  }
 }
 
 std::optional<std::string> Sorn::customFontFamilyName() const {
@@ -61,10 +74,12 @@ void Sorn::setDeeplinkDismissesCampaigns(bool dismisses) {
 }
 
 void Sorn::enableInAppCampaigns() {
+  library_.refuseAfterFork();
   library_.ports().userDefaults->set(server::EventReportBuilder::inAppCampaignsActive, true);
 }
 
 void Sorn::disableInAppCampaigns() {
+  library_.refuseAfterFork();
   library_.ports().userDefaults->set(server::EventReportBuilder::inAppCampaignsActive, false);
 }
 
@@ -73,7 +88,10 @@ void Sorn::triggerInApp(const std::map<std::string, std::string>& userInfo) {
   library_.campaigns().triggerInApp(userInfo);
 }
 
-std::string Sorn::defaultUser() const { return library_.users().defaultUser(); }
+std::string Sorn::defaultUser() const {
+  library_.refuseAfterFork();
+  return library_.users().defaultUser();
+}
 
 std::future<void> Sorn::loginUser(std::string id) {
   auto promise = std::make_shared<std::promise<void>>();
@@ -142,15 +160,15 @@ void Sorn::logScreenWithName(const std::string& name, const std::optional<Dictio
   }
 }
 
-void Sorn::applicationDidFinishLaunching() { library_.lifecycle().applicationDidFinishLaunching(); }
-void Sorn::applicationDidBecomeActive() { library_.lifecycle().applicationDidBecomeActive(); }
-void Sorn::applicationWillResignActive() { library_.lifecycle().applicationWillResignActive(); }
-void Sorn::applicationDidEnterBackground() { library_.lifecycle().applicationDidEnterBackground(); }
-void Sorn::applicationWillEnterForeground() { library_.lifecycle().applicationWillEnterForeground(); }
-void Sorn::applicationWillTerminate() { library_.lifecycle().applicationWillTerminate(); }
+void Sorn::applicationDidFinishLaunching() { run(library_, &Lifecycle::applicationDidFinishLaunching); }
+void Sorn::applicationDidBecomeActive() { run(library_, &Lifecycle::applicationDidBecomeActive); }
+void Sorn::applicationWillResignActive() { run(library_, &Lifecycle::applicationWillResignActive); }
+void Sorn::applicationDidEnterBackground() { run(library_, &Lifecycle::applicationDidEnterBackground); }
+void Sorn::applicationWillEnterForeground() { run(library_, &Lifecycle::applicationWillEnterForeground); }
+void Sorn::applicationWillTerminate() { run(library_, &Lifecycle::applicationWillTerminate); }
 void Sorn::applicationBackgroundRefreshStatusDidChange() {
-  library_.lifecycle().applicationBackgroundRefreshStatusDidChange();
+  run(library_, &Lifecycle::applicationBackgroundRefreshStatusDidChange);
 }
-void Sorn::userDefaultsDidChange() { library_.lifecycle().userDefaultsDidChange(); }
+void Sorn::userDefaultsDidChange() { run(library_, &Lifecycle::userDefaultsDidChange); }
 
 }  // namespace sorn

@@ -110,6 +110,10 @@ TEST(Start, RefusesEachUnusableFileByTheFirstThingWrongAndLeavesNoTrace) {
     EXPECT_EQ(lastStart(host), std::nullopt);
     EXPECT_FALSE(std::filesystem::exists(host.databaseFile()));
     EXPECT_FALSE(library->state().didStart);
+    library->logger().flush();
+    ASSERT_EQ(host.log->lines().size(), 1u) << "a refusal is always told";
+    EXPECT_THAT(host.log->lines()[0],
+                ::testing::HasSubstr(SornError::plain(each.code).localizedDescription()));
   }
 }
 
