@@ -11,6 +11,25 @@ bool RowRanges::contains(std::int64_t rowID) const {
   return after != ranges_.begin() && std::prev(after)->contains(rowID);
 }
 
+std::vector<RowRanges> RowRanges::split(std::int64_t ids) const {
+  std::vector<RowRanges> sets;
+  std::int64_t room = 0;
+  for (RowRange rest : ranges_) {
+    while (rest.first <= rest.last) {
+      if (room == 0) {
+        sets.emplace_back();
+        room = ids;
+      }
+      const std::int64_t taken = std::min(room, rest.last - rest.first + 1);
+      sets.back().ranges_.push_back({rest.first, rest.first + taken - 1});
+      sets.back().count_ += static_cast<std::size_t>(taken);
+      rest.first += taken;
+      room -= taken;
+    }
+  }
+  return sets;
+}
+
 bool BulkChanges::touches(const EntityDescription& entity) const {
   return std::any_of(changes_.begin(), changes_.end(),
                      [&](const BulkChange& change) { return change.entity == &entity; });

@@ -38,6 +38,8 @@ class RowRanges {
   }
 
   bool contains(std::int64_t rowID) const;
+  // The same rows in sets of at most so many ids, in their order; the count of each is an upper bound.
+  std::vector<RowRanges> split(std::int64_t ids) const;
   const std::vector<RowRange>& ranges() const { return ranges_; }
   // The number of rows in all ranges.
   std::size_t count() const { return count_; }

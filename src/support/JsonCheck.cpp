@@ -127,10 +127,14 @@ class Check {
     return true;
   }
 
-  // Behind the opening quote; takes the closing one as well.
+  // Behind the opening quote; takes the closing one as well, which most texts have at the first stop.
   const char* text(const char* at) {
+    at = skipPlainText(at, end_);
+    return peek(at) == '"' ? at + 1 : restOfText(at);
+  }
+
+  const char* restOfText(const char* at) {
     while (true) {
-      at = skipPlainText(at, end_);
       while (at < end_ && textBytes[static_cast<unsigned char>(*at)] == plain) ++at;
       if (at == end_) return nullptr;
       switch (textBytes[static_cast<unsigned char>(*at++)]) {
@@ -147,6 +151,7 @@ class Check {
         default:
           return nullptr;
       }
+      at = skipPlainText(at, end_);
     }
   }
 

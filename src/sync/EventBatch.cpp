@@ -82,9 +82,8 @@ void EventBatch::runBatch() {
   }
   logger_.log(LogLevel::timer,
               [&] { return "Found " + std::to_string(events.count()) + " batched events to send..."; });
-  client_.reportEvents(events, [this, events](const server::CallResult& result) {
-    context_.performBlockAndWait([&] { applyResult(events, result); });
-  });
+  client_.reportEvents(events,
+                       [this, events](const server::CallResult& result) { applyResult(events, result); });
 }
 
 bool EventBatch::isGivenUp(const server::CallResult& result) {
@@ -92,16 +91,24 @@ bool EventBatch::isGivenUp(const server::CallResult& result) {
   return error && (error->code() == 400 || error->code() == 406);
 }
 
+// Not on the store's queue. Until the flag falls nobody else looks for events to report.
 void EventBatch::applyResult(const store::RowRanges& events, const server::CallResult& result) {
-  events_.noteSettled(events);
-  if (server::succeeded(result) || isGivenUp(result)) {
-    deleteEvents(events);
-  } else {
+  const bool isSettled = server::succeeded(result) || isGivenUp(result);
+  context_.performBlockAndWait([&] {
+    events_.noteSettled(events);
+    if (isSettled) return;
     context_.setStatusOfRows(SNEvent::entity(), events, rawValue(store::ServerStatusState::isFalse),
                              context_.now());
+  });
+  if (isSettled) {
+    for (const store::RowRanges& piece : events.split(deletedInTurn)) {
+      context_.performBlockAndWait([&] { deleteEvents(piece); });
+    }
   }
-  database_.setMaintaining(false);
-  database_.endBackgroundTask();
+  context_.performBlockAndWait([&] {
+    database_.setMaintaining(false);
+    database_.endBackgroundTask();
+  });
 }
 
 // One save for all of them; each gets its line afterwards.

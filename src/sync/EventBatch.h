@@ -25,6 +25,9 @@ class EventBatch {
   // status of the service does not, so events that it refuses are kept and sent again.
   static bool isGivenUp(const server::CallResult& result);
 
+  // Reported events that are deleted within one turn of the store's queue, so that nobody waits long for it.
+  static constexpr std::int64_t deletedInTurn = 512;
+
  private:
   void count(const store::SNEvent& event, std::int64_t batchSize);
   void runBatch();

@@ -170,9 +170,7 @@ void MaintenanceRoutine::sendEvents() {
   logger_.log(LogLevel::warning,
               [&] { return "Found " + std::to_string(events.count()) + " events that need to be sent..."; });
   reportsUnderWay_.push_back(events);
-  client_.reportEvents(events, [this, events](const CallResult& result) {
-    context_.performBlockAndWait([&] { applyReport(events, result); });
-  });
+  client_.reportEvents(events, [this, events](const CallResult& result) { applyReport(events, result); });
 }
 
 store::RowRanges MaintenanceRoutine::eventsToReport() {
@@ -197,13 +195,20 @@ store::RowRanges MaintenanceRoutine::eventsToReport() {
 }
 
 void MaintenanceRoutine::applyReport(const store::RowRanges& events, const CallResult& result) {
-  std::erase_if(reportsUnderWay_, [&](const store::RowRanges& report) {
-    return report.ranges().front().first == events.ranges().front().first;
-  });
   // After a failure the events are as unsent as they were.
-  if (!server::succeeded(result) && !EventBatch::isGivenUp(result)) return;
-  context_.deleteRows(SNEvent::entity(), events);
-  context_.save();
+  if (server::succeeded(result) || EventBatch::isGivenUp(result)) {
+    for (const store::RowRanges& piece : events.split(EventBatch::deletedInTurn)) {
+      context_.performBlockAndWait([&] {
+        context_.deleteRows(SNEvent::entity(), piece);
+        context_.save();
+      });
+    }
+  }
+  context_.performBlockAndWait([&] {
+    std::erase_if(reportsUnderWay_, [&](const store::RowRanges& report) {
+      return report.ranges().front().first == events.ranges().front().first;
+    });
+  });
 }
 
 // Whether a record is this application's: of its device, or of a user who came along when the device changed.

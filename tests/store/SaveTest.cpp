@@ -120,6 +120,22 @@ TEST_F(SaveTest, BulkDeletionIsAllOrNothingOverSeveralRanges) {
   EXPECT_EQ(storedActions(), "a,b,c") << "the first range must not go alone";
 }
 
+TEST_F(SaveTest, RowsAreSplitIntoSetsThatTogetherAreTheSame) {
+  RowRanges rows;
+  for (const std::int64_t row : {1, 2, 3, 5, 6, 8, 9, 10, 11, 12, 13, 14}) {
+    rows.append(row, row == 5 || row == 8);
+  }
+  std::string sets;
+  for (const RowRanges& set : rows.split(4)) {
+    for (const RowRange& range : set.ranges()) {
+      sets += std::to_string(range.first) + "-" + std::to_string(range.last) + " ";
+    }
+    sets += "(" + std::to_string(set.count()) + ") ";
+  }
+  EXPECT_EQ(sets, "1-3 5-5 (4) 6-6 8-10 (4) 11-14 (4) ");
+  EXPECT_TRUE(RowRanges().split(4).empty());
+}
+
 TEST_F(SaveTest, BulkDeletionTakesLoadedAndUnsavedRecordsAlong) {
   const auto saved = addEvent("a");
   addEvent("b");
