@@ -34,8 +34,8 @@ class EventReportBuilder {
   // Where the events are, and everything else that is stored.
   store::ManagedObjectContext& context() const { return context_; }
 
-  // Not from the store's queue. Rows that are gone meanwhile are left out. Absent when some could not be read:
-  // whoever took the report for whole would take them for reported.
+  // Not from the store's queue. Rows that are gone meanwhile are left out. Absent when some could not be
+  // read: who took such a report for whole would delete what it never held.
   std::optional<platform::HttpBody> build(const store::RowRanges& events);
 
  private:

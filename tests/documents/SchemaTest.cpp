@@ -46,7 +46,7 @@ const std::vector<Value>& substitutes() {
       0x1p63,
       -0x1p64,
       1e300,
-      Decimal{"1e400"},
+      Decimal{"123456789012345678901234567890"},
       "",
       "all",
       "text",
