@@ -158,8 +158,8 @@ class ManagedObjectContext {
   std::size_t count(const EntityDescription& entity, const Predicate& predicate = {});
 
   // Shows every row in this range of row ids, unsaved changes included, in the order of creation, without
-  // making objects. Return false from the visitor to stop. A stored row may read as absent in other columns
-  // than the wanted ones. False when rows could not be read, so that some may be missing.
+  // making objects. Return false from the visitor to stop. Of a stored row only the wanted columns may
+  // be read. False when rows could not be read, so that some may be missing.
   [[nodiscard]] bool scan(const EntityDescription& entity, RowRange range,
                           const std::function<bool(const RowView&)>& visitor,
                           std::uint64_t wanted = allColumns);

@@ -34,9 +34,11 @@ std::string_view sqlType(ColumnType type) {
   return "";
 }
 
+// Up to the last of the wanted columns, each in its place.
 std::string columnList(const EntityDescription& entity, std::uint64_t columns = allColumns) {
   std::string list = "id";
   for (const Column& column : entity.columns) {
+    if (columns == 0) break;
     list.append(", ").append((columns & 1) != 0 ? column.name : "NULL");
     columns >>= 1;
   }
@@ -192,14 +194,29 @@ sqlite::Statement& PersistentStore::statement(const std::string& sql) {
   return prepared ? statements_.emplace(sql, std::move(prepared)).first->second : unprepared_;
 }
 
-bool PersistentStore::select(const EntityDescription& entity, const Predicate& predicate, RowRange range,
-                             std::uint64_t columns,
-                             const std::function<bool(const sqlite::Statement&)>& visitor) {
-  std::vector<const Cell*> values;
+sqlite::Statement& PersistentStore::selectStatement(const EntityDescription& entity,
+                                                    const Predicate& predicate, std::uint64_t columns,
+                                                    std::vector<const Cell*>& values) {
+  const bool isScan = predicate.isEverything();
+  if (isScan && lastScan_ && *lastScan_ && lastScanned_ == &entity && lastColumns_ == columns)
+    return *lastScan_;
   const std::string condition = predicate.sql(entity.columns, values);
   sqlite::Statement& select =
       statement("SELECT " + columnList(entity, columns) + " FROM " + std::string(entity.name) +
                 " WHERE id BETWEEN ? AND ? AND " + condition + " ORDER BY id");
+  if (isScan) {
+    lastScan_ = &select;
+    lastScanned_ = &entity;
+    lastColumns_ = columns;
+  }
+  return select;
+}
+
+bool PersistentStore::select(const EntityDescription& entity, const Predicate& predicate, RowRange range,
+                             std::uint64_t columns,
+                             const std::function<bool(const sqlite::Statement&)>& visitor) {
+  std::vector<const Cell*> values;
+  sqlite::Statement& select = selectStatement(entity, predicate, columns, values);
   select.bind(1, range.first);
   select.bind(2, range.last);
   int parameter = 3;

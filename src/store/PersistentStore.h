@@ -28,8 +28,9 @@ class PersistentStore {
                                                platform::Durability durability, std::string& reason);
 
   // Shows the rows in ascending order of their ids; the statement's column 0 is the row id, the entity's
-  // columns follow; those whose bits are not set read as absent. The visitor may not run another `select` of
-  // the same condition and columns; it returns false to stop. False when not all rows could be read.
+  // columns follow, of which only those whose bits are set may be read. The visitor may not run another
+  // `select` of the same condition and columns; it returns false to stop. False when not all rows could be
+  // read.
   bool select(const EntityDescription& entity, const Predicate& predicate, RowRange range,
               std::uint64_t columns, const std::function<bool(const sqlite::Statement&)>& visitor);
   std::size_t count(const EntityDescription& entity, const Predicate& predicate);
@@ -72,6 +73,8 @@ class PersistentStore {
   bool createMissing(const EntityDescription& entity);
   bool probe();
   sqlite::Statement& statement(const std::string& sql);
+  sqlite::Statement& selectStatement(const EntityDescription& entity, const Predicate& predicate,
+                                     std::uint64_t columns, std::vector<const Cell*>& values);
 
   const std::filesystem::path file_;
   const platform::Durability durability_;
@@ -81,6 +84,10 @@ class PersistentStore {
   // The statement that runs for each stored event, found without building its text.
   const EntityDescription* lastInserted_ = nullptr;
   sqlite::Statement* lastInsert_ = nullptr;
+  // The same for the one that runs for each piece of a report.
+  const EntityDescription* lastScanned_ = nullptr;
+  std::uint64_t lastColumns_ = 0;
+  sqlite::Statement* lastScan_ = nullptr;
   std::int64_t reservedRowIDs_ = 1;
   sqlite::Database checkpointer_;
   int askedAtPages_ = 0;  // length of the log when a pass was last asked for

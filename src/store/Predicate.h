@@ -22,6 +22,7 @@ class Predicate {
 
   // Holds for every record.
   Predicate() = default;
+  bool isEverything() const { return !root_; }
   static Predicate compare(std::size_t column, Comparison comparison, Cell value);
   // Holds for all records but the one with this row id.
   static Predicate isNotRow(std::int64_t rowID);
