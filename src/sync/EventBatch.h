@@ -26,7 +26,7 @@ class EventBatch {
   static bool isGivenUp(const server::CallResult& result);
 
   // Reported events that are deleted within one turn of the store's queue, so that nobody waits long for it.
-  static constexpr std::int64_t deletedInTurn = 128;
+  static constexpr std::int64_t deletedInTurn = 64;
 
  private:
   void count(const store::SNEvent& event, std::int64_t batchSize);
