@@ -96,8 +96,8 @@ TEST_F(SornConfig, RefusesBadUsageWithStatusTwoAndWritesNothing) {
       "--key k --secret s --mode production --environment https://a --out x --colour",
       "--key k --secret s --mode production --environment https://a --out",
       "--key \"$(printf '\\377')\" --secret s --mode production --environment https://a --out x",
-      "--key \"$(printf '\\302\\240\\342\\200\\213')\" --secret s --mode production --environment https://a "
-      "--out x",
+      "--key \"$(printf '\\302\\240')\" --secret s --mode production --environment https://a --out x",
+      "--key \"$(printf '\\342\\200\\213')\" --secret s --mode production --environment https://a --out x",
       "--key \"$(printf 'k\\r')\" --secret s --mode production --environment https://a --out x",
       "--key k --secret \"$(printf 's\\177')\" --mode production --environment https://a --out x",
       "--key k --secret s --mode production --environment 'https://a b' --out x",
