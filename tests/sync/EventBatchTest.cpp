@@ -187,6 +187,7 @@ TEST_F(EventBatchTest, EventsOfManyThreadsArriveOnceEach) {
   library();
   host_.transport->setHandler([](const auto&) { return answer(200); });
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int thread = 0; thread < 4; ++thread) {
     threads.emplace_back([this, thread] {
       for (int index = 0; index < 50; ++index) record(std::to_string(thread * 100 + index));

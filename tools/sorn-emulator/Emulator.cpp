@@ -32,7 +32,7 @@ struct Emulator::Parts {
   const int port;
 };
 
-Emulator::Emulator(Options options) : parts_(std::make_unique<Parts>(std::move(options))) {}
+Emulator::Emulator(const Options& options) : parts_(std::make_unique<Parts>(options)) {}
 
 Emulator::~Emulator() { stop(); }
 

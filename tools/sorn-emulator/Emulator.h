@@ -32,7 +32,7 @@ struct Options {
 class Emulator {
  public:
   // Starts to listen. Throws std::runtime_error when the port, a seed file or the record file can't be had.
-  explicit Emulator(Options options);
+  explicit Emulator(const Options& options);
   ~Emulator();
 
   std::string origin() const;  // "http://127.0.0.1:N"
