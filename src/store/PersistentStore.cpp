@@ -119,12 +119,15 @@ bool PersistentStore::configure(sqlite::Database& database) const {
 bool PersistentStore::isOurs(std::string& reason) {
   const std::optional<std::int64_t> version = database_.integer("PRAGMA user_version");
   const std::optional<std::int64_t> application = database_.integer("PRAGMA application_id");
-  const std::optional<std::int64_t> tables = database_.integer("SELECT count(*) FROM sqlite_master");
+  // A new file has no mark yet, and no tables.
+  const bool isMarked = application == applicationID;
+  const std::optional<std::int64_t> tables =
+      isMarked ? 0 : database_.integer("SELECT count(*) FROM sqlite_master");
   if (!version || !application || !tables) {
     reason = database_.lastError();
     return false;
   }
-  if (*version > schemaVersion || (*tables > 0 && *application != applicationID)) {
+  if (*version > schemaVersion || *tables > 0) {
     reason = *version > schemaVersion ? "written by a newer version" : "another application's database";
     return false;
   }
@@ -175,11 +178,12 @@ bool PersistentStore::createMissing(const EntityDescription& entity) {
   return succeeded;
 }
 
-// Reads something of every table, so that a damaged file shows now rather than in the middle of the work.
+// Reads the root of every table, so that a file with a part missing shows now rather than in the middle of
+// the work. The columns are not named: resolving them would take as long as all the rest of the opening.
 bool PersistentStore::probe() {
   for (const EntityDescription* entity : allEntities()) {
-    sqlite::Statement read = database_.prepare("SELECT " + columnList(*entity) + " FROM " +
-                                               std::string(entity->name) + " LIMIT 1");
+    sqlite::Statement read =
+        database_.prepare("SELECT 1 FROM " + std::string(entity->name) + " NOT INDEXED LIMIT 1");
     read.nextRow();
     if (!read || read.failed()) return false;
   }
