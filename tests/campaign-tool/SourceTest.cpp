@@ -16,6 +16,10 @@ TEST(Source, TakesAndRefusesWhatTheLibrarysReaderDoes) {
       " \t\r\n[ ]\n",
       "\xEF\xBB\xBF[]",
       "\xEF\xBB[]",
+      "\xEF\xBB\xBF\xEF\xBB\xBF[]",
+      "[\xEF\xBB\xBF"
+      "1]",
+      "[1,\xEF\xBB\xBFtrue]",
       "[1,]",
       "[1,,]",
       "[,]",

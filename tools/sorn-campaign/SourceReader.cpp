@@ -126,7 +126,9 @@ class Reader {
     const std::size_t end = std::min(text_.find_first_of(" \t\r\n,:[]{}\"", begin), text_.size());
     const std::string_view word = text_.substr(begin, end - begin);
     at_ = end;
-    if (support::Document::parse(word, support::Fragments::yes)) return true;
+    // Only a whole document may begin with the mark, and the parser takes each word for one.
+    const bool isMarked = word.starts_with(byteOrderMark);
+    if (!isMarked && support::Document::parse(word, support::Fragments::yes)) return true;
     return fail(begin, begin < text_.size() ? "expected a value" : "the document ends too early");
   }
 
