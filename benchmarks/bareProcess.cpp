@@ -9,6 +9,7 @@
 #include <string>
 
 #include <curl/curl.h>
+#include <nettle/des.h>
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
 #include <plist/plist.h>
@@ -71,13 +72,11 @@ bool useLibraries(const std::string& folder, const std::string& origin) {
   plist_free(list);
 
   unsigned char hash[EVP_MAX_MD_SIZE];
-  unsigned char output[64];
-  int moved = 0;
   HMAC(EVP_sha256(), "key", 3, reinterpret_cast<const unsigned char*>("text"), 4, hash, nullptr);
-  EVP_CIPHER_CTX* const cipher = EVP_CIPHER_CTX_new();
-  EVP_DecryptInit_ex(cipher, EVP_des_ede3_cbc(), nullptr, hash, hash);
-  EVP_DecryptUpdate(cipher, output, &moved, hash, 32);
-  EVP_CIPHER_CTX_free(cipher);
+  unsigned char output[32];
+  des_ctx schedule;
+  des_set_key(&schedule, hash);
+  des_decrypt(&schedule, sizeof output, output, hash);
 
   const std::string padded = "{\"a\": 1}" + std::string(simdjson::SIMDJSON_PADDING, ' ');
   simdjson::dom::parser parser;

@@ -3,7 +3,7 @@
 
 build_packages=(
   build-essential cmake ninja-build ccache pkg-config
-  libsqlite3-dev libcurl4-openssl-dev libssl-dev zlib1g-dev libplist-dev libsimdjson-dev libicu-dev
+  libsqlite3-dev libcurl4-openssl-dev libssl-dev nettle-dev zlib1g-dev libplist-dev libsimdjson-dev libicu-dev
   nlohmann-json3-dev python3
   libcairo2-dev libpango1.0-dev libgdk-pixbuf-2.0-dev fonts-inter fonts-dejavu-core fonts-noto-color-emoji
 )

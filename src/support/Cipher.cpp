@@ -1,7 +1,10 @@
 #include "support/Cipher.h"
 
+#include <algorithm>
 #include <cstdio>
 
+#include <nettle/cbc.h>
+#include <nettle/des.h>
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/params.h>
@@ -12,24 +15,35 @@ namespace sorn::support {
 
 namespace {
 
-constexpr std::size_t blockSize = 8;
+constexpr std::size_t blockSize = DES_BLOCK_SIZE;
 
-// Before anything else of OpenSSL. Its exit handler would pull the ground from under threads that still run.
-void initialiseLibrary() {
-  static const bool ready = OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr) == 1;
-  if (!ready) fault("the cipher library initialises");
-}
-
-const unsigned char* bytes(std::string_view text) {
+const std::uint8_t* bytes(std::string_view text) {
   // An empty key must still be a key, and a null pointer would mean "as before".
-  return reinterpret_cast<const unsigned char*>(text.empty() ? "" : text.data());
+  return reinterpret_cast<const std::uint8_t*>(text.empty() ? "" : text.data());
 }
 
-struct ContextDeleter {
-  void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
-  void operator()(EVP_MAC_CTX* context) const { EVP_MAC_CTX_free(context); }
-  void operator()(EVP_MAC* algorithm) const { EVP_MAC_free(algorithm); }
-};
+void encryptBlocks(const void* key, std::size_t length, std::uint8_t* to, const std::uint8_t* from) {
+  des_encrypt(static_cast<const des_ctx*>(key), length, to, from);
+}
+
+void decryptBlocks(const void* key, std::size_t length, std::uint8_t* to, const std::uint8_t* from) {
+  des_decrypt(static_cast<const des_ctx*>(key), length, to, from);
+}
+
+void appendPadding(std::string& text) {
+  const std::size_t count = blockSize - text.size() % blockSize;
+  text.append(count, static_cast<char>(count));
+}
+
+// False when the text, which is not empty, does not end in a padding.
+bool removePadding(std::string& text) {
+  const auto count = static_cast<std::uint8_t>(text.back());
+  if (count == 0 || count > blockSize) return false;
+  const std::size_t length = text.size() - count;
+  if (text.find_first_not_of(text.back(), length) != std::string::npos) return false;
+  text.resize(length);
+  return true;
+}
 
 }  // namespace
 
@@ -40,25 +54,22 @@ CipherResult tryCrypt(std::string_view key, std::string_view iv, CipherOperation
   if (!encrypts && input.empty()) return {};
   if (!encrypts && input.size() % blockSize != 0) return {CipherStatus::alignment, {}};
 
-  initialiseLibrary();
-  // Single DES is not in the default provider; triple DES with the key three times gives the same bytes.
-  const std::string once(key.substr(0, blockSize));
-  const std::string tripleKey = once + once + once;
-  const std::string vector = iv.empty() ? std::string(blockSize, '\0') : std::string(iv.substr(0, blockSize));
-  const std::unique_ptr<EVP_CIPHER_CTX, ContextDeleter> context(EVP_CIPHER_CTX_new());
-  if (!context || EVP_CipherInit_ex(context.get(), EVP_des_ede3_cbc(), nullptr, bytes(tripleKey),
-                                    bytes(vector), encrypts ? 1 : 0) != 1) {
-    return {CipherStatus::memory, {}};
+  // The first use of OpenSSL takes longer than all else that a start does for its caller, since it lists
+  // every algorithm that it has; this library has plain functions.
+  des_ctx schedule;
+  // The answer is whether the key is a strong one.
+  des_set_key(&schedule, bytes(key));
+  std::array<std::uint8_t, blockSize> vector{};
+  std::copy_n(iv.begin(), std::min(iv.size(), blockSize), vector.begin());
+  std::string output(input);
+  if (encrypts) appendPadding(output);
+  auto* const text = reinterpret_cast<std::uint8_t*>(output.data());
+  if (encrypts) {
+    cbc_encrypt(&schedule, &encryptBlocks, blockSize, vector.data(), output.size(), text, text);
+  } else {
+    cbc_decrypt(&schedule, &decryptBlocks, blockSize, vector.data(), output.size(), text, text);
+    if (!removePadding(output)) return {CipherStatus::decode, {}};
   }
-  std::string output(input.size() + blockSize, '\0');
-  auto* target = reinterpret_cast<unsigned char*>(output.data());
-  int moved = 0;
-  int last = 0;
-  if (EVP_CipherUpdate(context.get(), target, &moved, bytes(input), static_cast<int>(input.size())) != 1) {
-    return {CipherStatus::parameter, {}};
-  }
-  if (EVP_CipherFinal_ex(context.get(), target + moved, &last) != 1) return {CipherStatus::decode, {}};
-  output.resize(static_cast<std::size_t>(moved) + static_cast<std::size_t>(last));
   return {CipherStatus::success, std::move(output)};
 }
 
@@ -74,13 +85,28 @@ std::string crypt(std::string_view key, std::string_view iv, CipherOperation ope
   return std::move(result.output);
 }
 
+namespace {
+
+// Before anything else of OpenSSL. Its exit handler would pull the ground from under threads that still run.
+void initialiseOpenSsl() {
+  static const bool ready = OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr) == 1;
+  if (!ready) fault("the cipher library initialises");
+}
+
+struct MacDeleter {
+  void operator()(EVP_MAC_CTX* context) const { EVP_MAC_CTX_free(context); }
+  void operator()(EVP_MAC* algorithm) const { EVP_MAC_free(algorithm); }
+};
+
+}  // namespace
+
 struct HmacSha256::State {
-  std::unique_ptr<EVP_MAC, ContextDeleter> algorithm;
-  std::unique_ptr<EVP_MAC_CTX, ContextDeleter> context;
+  std::unique_ptr<EVP_MAC, MacDeleter> algorithm;
+  std::unique_ptr<EVP_MAC_CTX, MacDeleter> context;
 };
 
 HmacSha256::HmacSha256(std::string_view key) : state_(std::make_unique<State>()) {
-  initialiseLibrary();
+  initialiseOpenSsl();
   state_->algorithm.reset(EVP_MAC_fetch(nullptr, "HMAC", nullptr));
   state_->context.reset(EVP_MAC_CTX_new(state_->algorithm.get()));
   char digest[] = "SHA256";

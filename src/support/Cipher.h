@@ -18,7 +18,6 @@ enum class CipherOperation : std::uint32_t { encrypt = 0, decrypt = 1 };
 struct CipherStatus {
   static constexpr int success = 0;
   static constexpr int parameter = -4300;
-  static constexpr int memory = -4302;
   static constexpr int alignment = -4303;  // the ciphertext's length is no multiple of 8
   static constexpr int decode = -4304;     // the padding is wrong
 };
