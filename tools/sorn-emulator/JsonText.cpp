@@ -1,31 +1,20 @@
 #include "sorn-emulator/JsonText.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include <nlohmann/json.hpp>
+
+#include "sorn-emulator/Brackets.h"
 
 namespace sorn::emulator {
 
 namespace {
 
-// Counts brackets outside of quotes; whether the text is JSON at all is the parser's business.
 bool nestsTooDeeply(std::string_view text) {
-  int depth = 0;
-  bool inText = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (inText) {
-      if (c == '\\') ++i;
-      inText = c != '"';
-    } else if (c == '"') {
-      inText = true;
-    } else if (c == '{' || c == '[') {
-      if (++depth > deepestNesting) return true;
-    } else if (c == '}' || c == ']') {
-      --depth;
-    }
-  }
-  return false;
+  int deepest = 0;
+  eachOpeningBracket(text, [&](char, int level) { deepest = std::max(deepest, level); });
+  return deepest > deepestNesting;
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "sorn-emulator/Service.h"
 
+#include "sorn-emulator/Brackets.h"
 #include "sorn-emulator/Encoding.h"
 #include "sorn-emulator/JsonText.h"
 
@@ -28,21 +29,9 @@ HttpAnswer refusal(const std::string& reason) { return jsonAnswer(400, jsonText(
 
 std::size_t objectsInReport(std::string_view body) {
   std::size_t count = 0;
-  int depth = 0;
-  bool inText = false;
-  for (std::size_t i = 0; i < body.size(); ++i) {
-    const char c = body[i];
-    if (inText) {
-      if (c == '\\') ++i;
-      inText = c != '"';
-    } else if (c == '"') {
-      inText = true;
-    } else if (c == '{' || c == '[') {
-      if (++depth == 3 && c == '{') ++count;
-    } else if (c == '}' || c == ']') {
-      --depth;
-    }
-  }
+  eachOpeningBracket(body, [&](char bracket, int level) {
+    if (level == 3 && bracket == '{') ++count;
+  });
   return count;
 }
 
