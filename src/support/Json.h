@@ -188,23 +188,6 @@ inline std::optional<Node> Node::find(std::string_view key) const {
   return std::nullopt;
 }
 
-// Reads a member that must be there, and one that may be absent or null.
-template <class Target>
-ReadStatus readRequired(const Node& object, std::string_view key, Target& target) {
-  const std::optional<Node> found = object.find(key);
-  return found ? found->read(target) : ReadStatus::missing;
-}
-template <class Target>
-ReadStatus readOptional(const Node& object, std::string_view key, std::optional<Target>& target) {
-  const std::optional<Node> found = object.find(key);
-  target.reset();
-  if (!found || found->isNull()) return ReadStatus::ok;
-  Target value{};
-  const ReadStatus status = found->read(value);
-  if (status == ReadStatus::ok) target = std::move(value);
-  return status;
-}
-
 // A parsed text. Keeps its own copy of what it needs, so the text may go.
 class Document {
  public:

@@ -18,8 +18,6 @@ struct VersionNumber {
 
   // Absent when the text holds no digit.
   static std::optional<VersionNumber> find(std::string_view text);
-
-  bool operator==(const VersionNumber&) const = default;
 };
 
 }  // namespace sorn::support

@@ -1,28 +1,21 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <string>
 
-#include <cairo.h>
-#include <gtest/gtest.h>
-
+#include "campaign-tool/ToolTest.h"
 #include "draw/GoldenPictures.h"
-#include "draw/Picture.h"
 #include "draw/Pixels.h"
 #include "fakes/ChildProcess.h"
 #include "linux/ScriptedServer.h"
-#include "linux/TemporaryFolder.h"
-
-// `layout` and `render`, run as a user runs them.
 
 namespace sorn::campaign {
 namespace {
 
-std::string document(const std::string& content, const std::string& type = "dialog") {
+std::string document(const std::string& content) {
   return R"([{"id":"a","version":{"android":1,"ios":1},"audience":"all","content":)" + content +
-         R"(,"content_metadata":{"type":")" + type +
-         R"(","background_color":"#00000080","show_close_button":false,"dismissable_on_tap":true}}])";
+         R"(,"content_metadata":{"type":"dialog","background_color":"#00000080",)"
+         R"("show_close_button":false,"dismissable_on_tap":true}}])";
 }
 
 std::string image(const std::string& url) {
@@ -35,38 +28,22 @@ std::string colored(const std::string& color) {
          R"("},"width":-1,"height":40,"children":[]})";
 }
 
-class Render : public ::testing::Test {
+class Render : public ToolTest {
  protected:
   // Fontconfig keeps what it has read of the system's fonts until the process ends.
   static void SetUpTestSuite() {
     ::setenv("LSAN_OPTIONS", "print_suppressions=0:suppressions=" SORN_LEAK_SUPPRESSIONS, 1);
   }
 
-  // The tool's exit status; its output and errors lie in files.
-  int tool(const std::string& arguments) const {
-    const std::string line =
-        "cd '" + folder_.path().string() + "' && " SORN_CAMPAIGN_TOOL " " + arguments + " >output 2>errors";
-    const int status = std::system(line.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  // Draws the only campaign of the list into a.png.
+  void render(const std::string& list, const std::string& options) const {
+    folder_.write("a.json", list);
+    const Outcome run = tool("render a.json --out a.png " + options);
+    ASSERT_EQ(run.status, 0) << run.errors;
   }
-  std::string output() const { return folder_.read("output"); }
-  std::string errors() const { return folder_.read("errors"); }
 
   // The pixel as 0xAARRGGBB, and 0 where there is none.
-  std::uint32_t pixel(const std::string& name, int x, int y) const {
-    const auto picture = draw::decodePicture(folder_.read(name));
-    if (!picture || x >= picture->pixelWidth() || y >= picture->pixelHeight()) return 0;
-    const auto* rows = cairo_image_surface_get_data(picture->surface());
-    const auto* row =
-        rows + static_cast<std::ptrdiff_t>(y) * cairo_image_surface_get_stride(picture->surface());
-    return reinterpret_cast<const std::uint32_t*>(row)[x] | 0xFF000000;
-  }
-  static std::string greenPicture(const testing::TemporaryFolder& folder) {
-    draw::writePng({2, 2, {0xFF00FF00, 0xFF00FF00, 0xFF00FF00, 0xFF00FF00}}, (folder / "green.png").string());
-    return folder.read("green.png");
-  }
-
-  const testing::TemporaryFolder folder_;
+  std::uint32_t pixel(int x, int y) const { return draw::readPicture(folder_ / "a.png").at(x, y); }
 };
 
 TEST_F(Render, LayoutTellsEachNodesFrame) {
@@ -75,24 +52,25 @@ TEST_F(Render, LayoutTellsEachNodesFrame) {
                          R"({"viewType":"text","textData":{"text":"ab cd","softWrap":true},"children":[]},)"
                          R"({"viewType":"image","children":[]},)"
                          R"({"viewType":"image","imageData":{"url":"a"},"children":[]}]})"));
-  ASSERT_EQ(tool("layout a.json --size 100x201 --metric fixed:10x20.5 --image 30x40"), 0) << errors();
-  EXPECT_EQ(output(),
+  const Outcome run = tool("layout a.json --size 100x201 --metric fixed:10x20.5 --image 30x40");
+  ASSERT_EQ(run.status, 0) << run.errors;
+  EXPECT_EQ(run.output,
             "[{\"path\":\"content\",\"x\":1,\"y\":2,\"width\":96,\"height\":195},"
             "{\"path\":\"content.children[0]\",\"x\":1,\"y\":2,\"width\":50,\"height\":21},"
             "{\"path\":\"content.children[2]\",\"x\":1,\"y\":23,\"width\":96,\"height\":174}]\n");
 }
 
 TEST_F(Render, APictureHasTheSizeAndTheColoursOfTheCampaign) {
-  folder_.write("a.json", document(colored("#FF0000")));
-  ASSERT_EQ(tool("render a.json --out a.png --size 200x100 --scale 2"), 0) << errors();
-  EXPECT_EQ(pixel("a.png", 200, 100), 0xFFFF0000);
-  EXPECT_EQ(pixel("a.png", 399, 199), 0xFF7F7F7F);  // the backdrop over white
-  EXPECT_EQ(pixel("a.png", 400, 100), 0U);
-  EXPECT_EQ(pixel("a.png", 200, 200), 0U);
+  render(document(colored("#FF0000")), "--size 200x100 --scale 2");
+  EXPECT_EQ(pixel(200, 100), 0xFFFF0000);
+  EXPECT_EQ(pixel(399, 199), 0xFF7F7F7F);  // the backdrop over white
+  EXPECT_EQ(pixel(400, 100), 0U);
+  EXPECT_EQ(pixel(200, 200), 0U);
 }
 
 TEST_F(Render, PicturesComeFromTheNetworkAndFromFiles) {
-  const std::string bytes = greenPicture(folder_);
+  draw::writePng({2, 2, {0xFF00FF00, 0xFF00FF00, 0xFF00FF00, 0xFF00FF00}}, (folder_ / "green.png").string());
+  const std::string bytes = folder_.read("green.png");
   testing::ScriptedServer server([&](const testing::Request& request, testing::Connection& connection) {
     // The status is not looked at.
     connection.answer(request.target == "/green.png" ? "404 Not Found" : "200 OK",
@@ -106,9 +84,8 @@ TEST_F(Render, PicturesComeFromTheNetworkAndFromFiles) {
       {"no address", false},
   };
   for (const auto& [url, isShown] : cases) {
-    folder_.write("a.json", document(image(url)));
-    ASSERT_EQ(tool("render a.json --out a.png --size 200x100"), 0) << errors();
-    EXPECT_EQ(pixel("a.png", 100, 50) == 0xFF00FF00, isShown) << url;
+    render(document(image(url)), "--size 200x100");
+    EXPECT_EQ(pixel(100, 50) == 0xFF00FF00, isShown) << url;
   }
 }
 
@@ -146,8 +123,9 @@ TEST_F(Render, BadInputIsToldAndLeavesNoPicture) {
       {"render a.json --out no/such/folder.png", 1},
   };
   for (const auto& [arguments, status] : cases) {
-    EXPECT_EQ(tool(arguments), status) << arguments;
-    EXPECT_TRUE(errors().starts_with("sorn-campaign: ")) << errors();
+    const Outcome run = tool(arguments);
+    EXPECT_EQ(run.status, status) << arguments;
+    EXPECT_TRUE(run.errors.starts_with("sorn-campaign: ")) << run.errors;
   }
   EXPECT_EQ(folder_.read("a.png"), "");
 }
@@ -158,11 +136,11 @@ TEST_F(Render, WatchingDrawsAgainWhenTheFileChanges) {
   tests::ChildProcess watching(
       {SORN_CAMPAIGN_TOOL, "render", file.string(), "--out", out, "--size", "200x100", "--watch"});
   ASSERT_EQ(watching.readLine(), out);
-  EXPECT_EQ(pixel("a.png", 100, 50), 0xFFFF0000);
+  EXPECT_EQ(pixel(100, 50), 0xFFFF0000);
   folder_.write("a.json", "[ a half written file");
   folder_.write("a.json", document(colored("#0000FFFF")));
   ASSERT_EQ(watching.readLine(), out);
-  EXPECT_EQ(pixel("a.png", 100, 50), 0xFF0000FF);
+  EXPECT_EQ(pixel(100, 50), 0xFF0000FF);
 }
 
 }  // namespace

@@ -23,11 +23,6 @@ class ManagerFixture : public ::testing::Test {
   static constexpr std::string_view fileName = "documents/key_inAppCampaigns.json";
   static constexpr double start = 1'700'000'000;  // what the fake clock shows first
 
-  static std::string listOf(const std::vector<std::string>& campaigns) {
-    std::string text = "[";
-    for (const std::string& campaign : campaigns) text += (text.size() > 1 ? "," : "") + campaign;
-    return text + "]";
-  }
   void writeFile(const std::vector<std::string>& campaigns) const {
     host_.folder.write(fileName, listOf(campaigns));
   }
@@ -65,10 +60,6 @@ class ManagerFixture : public ::testing::Test {
   }
   Names shownAfter(const std::string& action) {
     library().record({.action = action});
-    return shown();
-  }
-  Names shownAfterTrigger(const std::map<std::string, std::string>& userInfo) {
-    library().sorn().triggerInApp(userInfo);
     return shown();
   }
   std::string stored(const std::string& sql) { return tests::RawDatabase(host_.databaseFile()).column(sql); }

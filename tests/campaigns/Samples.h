@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "documents/SornInAppCampaign.h"
 
@@ -18,6 +19,13 @@ inline std::string campaignText(std::string_view id, std::string_view members) {
           R"("background_color":"#FFF","show_close_button":true,"dismissable_on_tap":true})";
   if (!members.empty()) text.append(",").append(members);
   return text + "}";
+}
+
+// A document of these campaigns.
+inline std::string listOf(const std::vector<std::string>& campaigns) {
+  std::string text = "[";
+  for (const std::string& campaign : campaigns) text += (text.size() > 1 ? "," : "") + campaign;
+  return text + "]";
 }
 
 inline documents::SornInAppCampaign campaignOf(std::string_view id, std::string_view members) {

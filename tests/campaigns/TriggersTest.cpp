@@ -1,5 +1,3 @@
-#include <limits>
-
 #include <gtest/gtest.h>
 
 #include "campaigns/Samples.h"
@@ -8,26 +6,19 @@
 namespace sorn::campaigns {
 namespace {
 
-using TriggerType = SornInAppCampaign::Trigger::TriggerType;
-
 std::string nameOrPass(std::optional<Outcome> outcome) {
   return outcome ? std::string(nameOf(*outcome)) : "passes";
 }
 
 TEST(Triggers, PausedForeignAndLaterCampaignsTakeNoPart) {
   const std::pair<const char*, const char*> cases[] = {
-      {"", "passes"},
-      {R"("paused":false)", "passes"},
-      {R"("paused":null)", "passes"},
+      {R"("paused":false,"test":true)", "passes"},
       {R"("paused":true)", "paused"},
-      {R"("test":true)", "passes"},
       {R"("audience":"ios")", "passes"},
       {R"("audience":"android")", "audience"},
       {R"("version":{"android":9,"ios":1})", "passes"},
-      {R"("version":{"android":1,"ios":0})", "passes"},
       {R"("version":{"android":1,"ios":-9223372036854775808})", "passes"},
       {R"("version":{"android":1,"ios":2})", "version"},
-      {R"("version":{"android":1,"ios":9223372036854775807})", "version"},
       {R"("paused":true,"audience":"android","version":{"android":1,"ios":2})", "paused"},
       {R"("audience":"android","version":{"android":1,"ios":2})", "audience"},
   };
@@ -36,53 +27,47 @@ TEST(Triggers, PausedForeignAndLaterCampaignsTakeNoPart) {
   }
 }
 
-Occasion eventOf(std::string action, std::map<std::string, std::string, std::less<>> texts = {}) {
-  return {std::move(action), std::move(texts)};
-}
-
 TEST(Triggers, ActionAndScreenNameDecideWhatIsWanted) {
+  using Text = std::optional<std::string>;
+  constexpr std::nullopt_t none = std::nullopt;
   struct Case {
-    Occasion occasion;
-    const char* trigger;
+    Text action;
+    Text screen;
+    std::string type;
+    Text target;
     const char* expected;
   };
-  const std::string screen = "+SCREEN_OPENED";
+  const Text opened = "+SCREEN_OPENED";
   const Case cases[] = {
-      {eventOf("+APP_OPENED"), R"({"type":"on_app_open"})", "passes"},
-      {eventOf("+APP_OPENED"), R"({"type":"on_app_open","target":"x","attributes":[
-          {"type":"string","key":"k","operator":"=","value":"v"}]})",
-       "passes"},
-      {eventOf("+APP_OPENED"), R"({"type":"on_performed_event","target":"+APP_OPENED"})", "trigger"},
-      {eventOf("+APP_CLOSED"), R"({"type":"on_app_open"})", "trigger"},
-      {eventOf("+APP_CLOSED"), R"({"type":"on_performed_event","target":"+APP_CLOSED"})", "passes"},
-      {eventOf(screen, {{"screen_name", "home"}}), R"({"type":"on_visited_screen","target":"home"})",
-       "passes"},
-      {eventOf(screen, {{"screen_name", "home"}}), R"({"type":"on_visited_screen","target":"Home"})",
-       "trigger"},
-      {eventOf(screen, {{"screen_name", "home"}}), R"({"type":"on_visited_screen"})", "trigger"},
-      {eventOf(screen, {{"screen_name", ""}}), R"({"type":"on_visited_screen","target":""})", "passes"},
-      {eventOf(screen, {{"screen_name", "home"}}),
-       R"({"type":"on_performed_event","target":"+SCREEN_OPENED"})", "trigger"},
-      {eventOf(screen), R"({"type":"on_performed_event","target":"+SCREEN_OPENED"})", "passes"},
-      {eventOf(screen), R"({"type":"on_visited_screen","target":"+SCREEN_OPENED"})", "trigger"},
-      {eventOf("bought", {{"screen_name", "home"}}), R"({"type":"on_visited_screen","target":"home"})",
-       "trigger"},
-      {eventOf("bought"), R"({"type":"on_performed_event","target":"bought"})", "passes"},
-      {eventOf("bought"), R"({"type":"on_performed_event","target":"bought "})", "trigger"},
-      {eventOf("bought"), R"({"type":"on_performed_event"})", "trigger"},
-      {eventOf(""), R"({"type":"on_performed_event","target":""})", "passes"},
-      {eventOf(""), R"({"type":"on_performed_event"})", "trigger"},
-      {eventOf("bought"), R"({"type":"on_in_app_trigger"})", "trigger"},
-      {{}, R"({"type":"on_in_app_trigger","target":"x"})", "passes"},
-      {{}, R"({"type":"on_performed_event"})", "trigger"},
-      {{}, R"({"type":"on_app_open"})", "trigger"},
-      {{}, "null", "trigger"},
+      {"+APP_OPENED", none, "on_app_open", none, "passes"},
+      {"+APP_OPENED", none, "on_app_open", "x", "passes"},
+      {"+APP_OPENED", none, "on_performed_event", "+APP_OPENED", "trigger"},
+      {"+APP_CLOSED", none, "on_app_open", none, "trigger"},
+      {opened, "home", "on_visited_screen", "home", "passes"},
+      {opened, "home", "on_visited_screen", "Home", "trigger"},
+      {opened, "home", "on_visited_screen", none, "trigger"},
+      {opened, "", "on_visited_screen", "", "passes"},
+      {opened, "home", "on_performed_event", opened, "trigger"},
+      {opened, none, "on_performed_event", opened, "passes"},
+      {opened, none, "on_visited_screen", opened, "trigger"},
+      {"bought", "home", "on_visited_screen", "home", "trigger"},
+      {"bought", none, "on_performed_event", "bought", "passes"},
+      {"bought", none, "on_performed_event", "bought ", "trigger"},
+      {"bought", none, "on_in_app_trigger", none, "trigger"},
+      {"", none, "on_performed_event", "", "passes"},
+      {"", none, "on_performed_event", none, "trigger"},
+      {none, none, "on_in_app_trigger", "x", "passes"},
+      {none, none, "on_performed_event", none, "trigger"},
   };
-  for (const Case& each : cases) {
-    const auto campaign = campaignOf("a", "\"trigger\":" + std::string(each.trigger));
-    EXPECT_EQ(nameOrPass(triggerMismatch(campaign, wantedBy(each.occasion), each.occasion)), each.expected)
-        << each.occasion.action.value_or("no action") << " " << each.trigger;
+  for (const auto& [action, screen, type, target, expected] : cases) {
+    auto campaign = campaignOf("a", R"("trigger":{"type":")" + type + "\"}");
+    campaign.trigger->target = target;
+    Occasion occasion{action, {}};
+    if (screen) occasion.texts.emplace("screen_name", *screen);
+    EXPECT_EQ(nameOrPass(triggerMismatch(campaign, wantedBy(occasion), occasion)), expected)
+        << action.value_or("no action") << " " << screen.value_or("no screen") << " " << type;
   }
+  EXPECT_EQ(triggerMismatch(campaignOf("a", ""), wantedBy({}), {}), Outcome::trigger);
 }
 
 // A dictionary with "k" and the outcome of "=", "!=", "<", "<=", ">" and ">=" against `value`, as + and -.
@@ -97,18 +82,13 @@ TEST(Triggers, AttributesCompareAsTextByCodeUnit) {
       {{{"k", "v"}}, "k", "v", "+--+-+"},
       {{{"k", "10"}}, "k", "9", "-+++--"},
       {{{"k", "9"}}, "k", "10", "-+--++"},
-      {{{"k", "9"}}, "k", "9.0", "-+++--"},
       {{{"k", "Z"}}, "k", "a", "-+++--"},
-      {{{"k", ""}}, "k", "a", "-+++--"},
       {{{"k", ""}}, "k", "", "+--+-+"},
-      {{{"k", "ab"}}, "k", "a", "-+--++"},
       {{{"k", "\xC3\xA9"}}, "k", "z", "-+--++"},
-      {{{"k", "true"}}, "k", "True", "-+--++"},
       {{}, "k", "v", "-+----"},
       {{}, "k", "", "-+----"},
       {{{"K", "v"}}, "k", "v", "-+----"},
       {{{"a.b", "v"}}, "a.b", "v", "-+----"},
-      {{{"a", "v"}}, "a.b", "v", "-+----"},
       {{{".", "v"}}, ".", "v", "-+----"},
   };
   for (const Case& each : cases) {
@@ -131,7 +111,6 @@ TEST(Triggers, AllAttributesMustHoldAndNoneHolds) {
   const std::string large = R"({"type":"string","key":"size","operator":"=","value":"L"})";
   const std::pair<std::string, const char*> cases[] = {{"null", "passes"},
                                                        {"[]", "passes"},
-                                                       {"[" + red + "]", "passes"},
                                                        {"[" + red + "," + large + "]", "passes"},
                                                        {"[" + red + "," + small + "]", "attributes"},
                                                        {"[" + small + "," + red + "]", "attributes"}};
@@ -142,49 +121,37 @@ TEST(Triggers, AllAttributesMustHoldAndNoneHolds) {
   }
 }
 
+constexpr double now = 1'700'000'000;
+
+std::optional<double> momentBefore(std::optional<double> seconds) {
+  return seconds ? std::optional(now - *seconds) : std::nullopt;
+}
+
 TEST(Triggers, DelayIsOverWhenExactlySoMuchTimeHasPassed) {
-  struct Case {
-    const char* metadata;
-    std::optional<double> sinceLast;
-    bool holds;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, std::optional<double>, bool> cases[] = {
       {"null", std::nullopt, true},
       {"null", 0, true},
       {"null", -0.5, false},
-      {"{}", -1, false},
       {R"({"last_in_app_delay":null})", 0, true},
-      {R"({"last_in_app_delay":0})", -1, false},
       {R"({"last_in_app_delay":60})", std::nullopt, true},
       {R"({"last_in_app_delay":60})", 59.5, false},
       {R"({"last_in_app_delay":60})", 60, true},
-      {R"({"last_in_app_delay":60})", 60.5, true},
-      {R"({"last_in_app_delay":60})", -60, false},
       {R"({"last_in_app_delay":-60})", -60, true},
       {R"({"last_in_app_delay":-60})", -60.5, false},
   };
-  constexpr double now = 1'700'000'000;
-  for (const Case& each : cases) {
-    const auto campaign = campaignOf("a", "\"trigger_metadata\":" + std::string(each.metadata));
-    const auto last = each.sinceLast ? std::optional(now - *each.sinceLast) : std::nullopt;
-    EXPECT_EQ(delayHolds(campaign, last, now), each.holds) << each.metadata << each.sinceLast.value_or(9999);
+  for (const auto& [metadata, sinceLast, holds] : cases) {
+    const auto campaign = campaignOf("a", "\"trigger_metadata\":" + std::string(metadata));
+    EXPECT_EQ(delayHolds(campaign, momentBefore(sinceLast), now), holds)
+        << metadata << sinceLast.value_or(9999);
   }
 }
 
 TEST(Triggers, FrequencyBoundsHowOftenACampaignIsShown) {
-  struct Case {
-    const char* frequency;
-    std::optional<double> sinceLast;
-    std::int64_t count;
-    bool holds;
-  };
   constexpr auto twice = R"({"type":"multiple_times","details":{"times":2,"gap":3600}})";
   constexpr auto withoutGap = R"({"type":"multiple_times","details":{"times":3,"gap":0}})";
-  const Case cases[] = {
+  const std::tuple<const char*, std::optional<double>, std::int64_t, bool> cases[] = {
       {"null", 0, 9, true},
-      {R"({"type":"every_time"})", 0, 32767, true},
-      {R"({"type":"every_time","details":{"times":0,"gap":1e9}})", -1, 9, true},
-      {R"({"type":"once"})", std::nullopt, 0, true},
+      {R"({"type":"every_time","details":{"times":0,"gap":1e9}})", -1, 32767, true},
       {R"({"type":"once"})", std::nullopt, 5, true},
       {R"({"type":"once"})", 1e9, 1, false},
       {R"({"type":"once"})", -1e9, 0, false},
@@ -193,7 +160,6 @@ TEST(Triggers, FrequencyBoundsHowOftenACampaignIsShown) {
       {twice, 3599.5, 1, false},
       {twice, 3600, 1, true},
       {twice, 1e9, 2, false},
-      {twice, -1, 1, false},
       {withoutGap, 0, 2, true},
       {withoutGap, -0.5, 2, false},
       {R"({"type":"multiple_times","details":{"times":-1,"gap":0}})", std::nullopt, 0, false},
@@ -202,23 +168,20 @@ TEST(Triggers, FrequencyBoundsHowOftenACampaignIsShown) {
       {R"({"type":"multiple_times","details":{"times":1,"gap":1700000001}})", std::nullopt, 0, false},
       {R"({"type":"multiple_times","details":{"times":9223372036854775807,"gap":-5}})", 0, 32767, true},
   };
-  constexpr double now = 1'700'000'000;
-  for (const Case& each : cases) {
-    const auto campaign = campaignOf("a", "\"frequency\":" + std::string(each.frequency));
-    const auto last = each.sinceLast ? std::optional(now - *each.sinceLast) : std::nullopt;
-    EXPECT_EQ(frequencyHolds(campaign, last, each.count, now), each.holds)
-        << each.frequency << " " << each.sinceLast.value_or(9999) << " " << each.count;
+  for (const auto& [frequency, sinceLast, count, holds] : cases) {
+    const auto campaign = campaignOf("a", "\"frequency\":" + std::string(frequency));
+    EXPECT_EQ(frequencyHolds(campaign, momentBefore(sinceLast), count, now), holds)
+        << frequency << " " << sinceLast.value_or(9999) << " " << count;
   }
 }
 
 TEST(Triggers, PushPromptIsPointlessOnlyForTheAuthorised) {
-  for (const std::optional<std::int64_t> status : std::initializer_list<std::optional<std::int64_t>>{
-           std::nullopt, -1, 0, 1, 2, 3, std::numeric_limits<std::int64_t>::max()}) {
-    for (const char* metadata : {"null", "{}", R"({"push_prompt":false})"}) {
-      EXPECT_TRUE(pushPromptHolds(campaignOf("a", "\"trigger_metadata\":" + std::string(metadata)), status));
-    }
-    const auto prompt = campaignOf("a", R"("trigger_metadata":{"push_prompt":true})");
-    EXPECT_EQ(pushPromptHolds(prompt, status), status != 2) << status.value_or(-2);
+  EXPECT_TRUE(pushPromptHolds(campaignOf("a", ""), 2));
+  EXPECT_TRUE(pushPromptHolds(campaignOf("a", R"("trigger_metadata":{"push_prompt":false})"), 2));
+  const auto prompt = campaignOf("a", R"("trigger_metadata":{"push_prompt":true})");
+  EXPECT_FALSE(pushPromptHolds(prompt, 2));
+  for (const std::optional<std::int64_t> status : {std::optional<std::int64_t>(), {1}, {3}}) {
+    EXPECT_TRUE(pushPromptHolds(prompt, status)) << status.value_or(-2);
   }
 }
 

@@ -2,6 +2,7 @@
 #include <pthread.h>
 
 #include "linux/TemporaryFolder.h"
+#include "support/Cipher.h"
 #include "support/PropertyList.h"
 
 namespace sorn::testing {
@@ -17,12 +18,11 @@ std::string xml(const std::string& root) {
          root + "\n</plist>\n";
 }
 
-std::string fromHex(std::string_view digits) {
-  std::string bytes;
-  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-    bytes += static_cast<char>(std::stoi(std::string(digits.substr(i, 2)), nullptr, 16));
-  }
-  return bytes;
+// A number of the binary form: the highest byte first.
+std::string number(std::size_t value, int bytes) {
+  std::string text;
+  while (bytes-- > 0) text += static_cast<char>(value >> (8 * bytes));
+  return text;
 }
 
 std::string repeated(std::string_view text, std::size_t count) {
@@ -30,6 +30,12 @@ std::string repeated(std::string_view text, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) all += text;
   return all;
 }
+
+// The binary files are made with Python's plistlib.
+const std::string twoTexts = support::hexBytes(
+    "62706c6973743030d201020304546d6f64656100e45b646576656c6f706d656e7464d83ddcec00200078080d1215210000000000"
+    "00"
+    "010100000000000000050000000000000000000000000000002a");
 
 TEST(PropertyList, ReadsTextsAsTheyStand) {
   const TextDictionary expected{{"a", "  two\nlines "}, {"b", "<&>\""}, {"c", ""}, {"\u00e4", "\U0001F4EC"}};
@@ -49,13 +55,10 @@ TEST(PropertyList, FindsTheEndOfItsElementWhateverTextsSay) {
       (TextDictionary{{"a", "</plist>"}}));
 }
 
-// The binary files are made with Python's plistlib.
 TEST(PropertyList, ReadsTheBinaryForm) {
-  EXPECT_EQ(parsePropertyList(fromHex(
-                "62706c6973743030d201020304546d6f64656100e45b646576656c6f706d656e7464d83ddcec00200078080d12"
-                "1521000000000000010100000000000000050000000000000000000000000000002a")),
+  EXPECT_EQ(parsePropertyList(twoTexts),
             (TextDictionary{{"mode", "development"}, {"\u00e4", "\U0001F4EC x"}}));
-  EXPECT_EQ(parsePropertyList(fromHex(
+  EXPECT_EQ(parsePropertyList(support::hexBytes(
                 "62706c6973743030d0080000000000000101000000000000000100000000000000000000000000000009")),
             TextDictionary());
 }
@@ -64,13 +67,6 @@ TEST(PropertyList, RefusesWhatIsNoDictionaryOfTexts) {
   const std::string whole = xml("<dict><key>a</key><string>b</string></dict>");
   ASSERT_TRUE(parsePropertyList(whole));
   const std::pair<const char*, std::string> cases[] = {
-      {"integer", xml("<dict><key>a</key><string>b</string><key>n</key><integer>1</integer></dict>")},
-      {"real", xml("<dict><key>n</key><real>1</real></dict>")},
-      {"boolean", xml("<dict><key>n</key><true/></dict>")},
-      {"date", xml("<dict><key>n</key><date>2020-01-01T00:00:00Z</date></dict>")},
-      {"data", xml("<dict><key>n</key><data>AAAA</data></dict>")},
-      {"array", xml("<dict><key>n</key><array/></dict>")},
-      {"dictionary", xml("<dict><key>n</key><dict/></dict>")},
       {"root array", xml("<array><string>a</string></array>")},
       {"root text", xml("<string>a</string>")},
       {"cut", whole.substr(0, whole.find("</string>"))},
@@ -84,27 +80,31 @@ TEST(PropertyList, RefusesWhatIsNoDictionaryOfTexts) {
       {"plist element that stays open", whole.substr(0, whole.find("</plist>"))},
       {"end in a comment", whole.substr(0, whole.find("</plist>")) + "<!-- </plist> -->"},
       {"binary integer",
-       fromHex("62706c6973743030d10102516e1001080b0d000000000000010100000000000000030000000000000000000000"
-               "000000000f")},
+       support::hexBytes(
+           "62706c6973743030d10102516e1001080b0d000000000000010100000000000000030000000000000000000000"
+           "000000000f")},
       {"binary array",
-       fromHex("62706c6973743030d10102516ea1035161080b0d0f000000000000010100000000000000040000000000000000"
-               "0000000000000011")},
+       support::hexBytes(
+           "62706c6973743030d10102516ea1035161080b0d0f000000000000010100000000000000040000000000000000"
+           "0000000000000011")},
       {"binary head alone", "bplist00"},
   };
   for (const auto& [name, bytes] : cases) EXPECT_EQ(parsePropertyList(bytes), std::nullopt) << name;
+  for (const std::string value : {"<integer>1</integer>", "<real>1</real>", "<true/>", "<data>AAAA</data>",
+                                  "<date>2020-01-01T00:00:00Z</date>", "<array/>", "<dict/>"}) {
+    const std::string text = "<dict><key>a</key><string>b</string><key>n</key>" + value + "</dict>";
+    EXPECT_EQ(parsePropertyList(xml(text)), std::nullopt) << value;
+  }
 }
 
 // Each cut and each changed byte of a binary file gives an answer or none, never a crash.
 TEST(PropertyList, SurvivesDamageToTheBinaryForm) {
-  const std::string whole = fromHex(
-      "62706c6973743030d201020304546d6f64656100e45b646576656c6f706d656e7464d83ddcec00200078080d12"
-      "1521000000000000010100000000000000050000000000000000000000000000002a");
-  for (std::size_t length = 0; length < whole.size(); ++length) {
-    EXPECT_EQ(parsePropertyList(whole.substr(0, length)), std::nullopt) << length;
+  for (std::size_t length = 0; length < twoTexts.size(); ++length) {
+    EXPECT_EQ(parsePropertyList(twoTexts.substr(0, length)), std::nullopt) << length;
   }
-  for (std::size_t at = 8; at < whole.size(); ++at) {
+  for (std::size_t at = 8; at < twoTexts.size(); ++at) {
     for (const int change : {0x01, 0x10, 0x80, 0xFF}) {
-      std::string damaged = whole;
+      std::string damaged = twoTexts;
       damaged[at] = static_cast<char>(damaged[at] ^ change);
       EXPECT_LE(parsePropertyList(damaged).value_or(TextDictionary()).size(), 2u);
     }
@@ -134,11 +134,6 @@ TEST(PropertyList, RefusesDepthThatWouldExhaustTheStack) {
   // Arrays of one reference each to the next, 20,000 deep, in the binary form.
   std::string binary = "bplist00";
   std::string table;
-  const auto number = [](std::size_t value, int bytes) {
-    std::string text;
-    while (bytes-- > 0) text += static_cast<char>(value >> (8 * bytes));
-    return text;
-  };
   for (std::size_t i = 0; i < 20000; ++i) {
     table += number(binary.size(), 4);
     binary += '\xA1' + number(i + 1, 2);
@@ -154,17 +149,12 @@ TEST(PropertyList, RefusesDepthThatWouldExhaustTheStack) {
 TEST(PropertyList, RefusesAFileThatUnpacksToManyTimesItsSize) {
   const std::size_t entries = 20000;
   std::string binary = "bplist00";
-  const auto two = [](std::size_t value) {
-    return std::string{static_cast<char>(value >> 8), static_cast<char>(value)};
-  };
-  const auto four = [&](std::size_t value) { return two(value >> 16) + two(value & 0xFFFF); };
-  std::string table = four(binary.size());
-  binary += "\xDF\x11" + two(entries) + std::string(entries, '\1') + std::string(entries, '\1');
-  table += four(binary.size());
-  binary += "\x5F\x12" + four(100000) + std::string(100000, 'x');
+  std::string table = number(binary.size(), 4);
+  binary += "\xDF\x11" + number(entries, 2) + std::string(entries, '\1') + std::string(entries, '\1');
+  table += number(binary.size(), 4);
+  binary += "\x5F\x12" + number(100000, 4) + std::string(100000, 'x');
   const std::size_t tableAt = binary.size();
-  binary += table + std::string(6, '\0') + "\x04\x01" + four(0) + four(2) + four(0) + four(0) + four(0) +
-            four(tableAt);
+  binary += table + std::string(6, '\0') + "\x04\x01" + number(2, 8) + number(0, 8) + number(tableAt, 8);
   EXPECT_EQ(parsePropertyList(binary), std::nullopt);
 }
 

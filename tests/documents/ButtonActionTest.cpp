@@ -4,11 +4,11 @@
 #include <string>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "documents/SornView.h"
+#include "fakes/FakeDevice.h"
 #include "support/Logger.h"
 
 namespace sorn::documents {
@@ -16,28 +16,20 @@ namespace {
 
 using Type = ButtonAction::Type;
 
-class Lines : public platform::SystemLog {
- public:
-  void write(platform::SystemLogType, std::string_view line) override { lines.emplace_back(line); }
-  std::vector<std::string> lines;
-};
-
 class ButtonActionTest : public testing::Test {
  protected:
   ButtonActionTest() { setenv("SNSORN_FORCE_LOGGING", "1", 1); }
   ~ButtonActionTest() override { unsetenv("SNSORN_FORCE_LOGGING"); }
 
-  std::optional<ButtonAction::QualifiedAction> qualify(Type type, std::optional<std::string> ios) {
-    log_->lines.clear();
-    const ButtonAction action{type, "EVENT", {std::nullopt, std::move(ios)}};
-    auto qualified = action.qualifiedAction(logger_);
-    logger_.flush();
-    return qualified;
+  // What an action comes to, and the lines that are logged about it.
+  static auto qualify(Type type, const std::optional<std::string>& ios) {
+    const auto log = std::make_shared<tests::RecordingLog>();
+    support::Logger logger(log);
+    const auto qualified = ButtonAction{type, "EVENT", {std::nullopt, ios}}.qualifiedAction(logger);
+    logger.flush();
+    return std::pair(qualified, log->lines());
   }
   static support::Url url(const char* text) { return support::Url::parse(text).value(); }
-
-  std::shared_ptr<Lines> log_ = std::make_shared<Lines>();
-  support::Logger logger_{log_};
 };
 
 TEST_F(ButtonActionTest, ArgumentsAreUnderstoodByTheKindOfAction) {
@@ -50,20 +42,16 @@ TEST_F(ButtonActionTest, ArgumentsAreUnderstoodByTheKindOfAction) {
       {Type::push_prompt, std::nullopt, ButtonAction::PushPrompt{}},
   };
   for (const auto& [type, ios, expected] : cases) {
-    EXPECT_TRUE(qualify(type, ios) == expected) << static_cast<int>(type);
-    EXPECT_TRUE(log_->lines.empty());
+    const auto [action, lines] = qualify(type, ios);
+    EXPECT_TRUE(action == expected) << static_cast<int>(type);
+    EXPECT_TRUE(lines.empty());
   }
 }
 
 TEST_F(ButtonActionTest, AnArgumentWithoutSenseGivesNoActionAndALine) {
-  struct Case {
-    Type type;
-    std::optional<std::string> ios;
-    std::string message;
-  };
   const std::string noUrl = "Could not extract URL from string: ";
   const std::string noObject = "Could not deserialize JSON from string: ";
-  const Case cases[] = {
+  const std::tuple<Type, std::optional<std::string>, std::string> cases[] = {
       {Type::url, std::nullopt, noUrl + "-"},
       {Type::url, "", noUrl},
       {Type::url, "two words", noUrl + "two words"},
@@ -72,10 +60,11 @@ TEST_F(ButtonActionTest, AnArgumentWithoutSenseGivesNoActionAndALine) {
       {Type::custom, "[1]", noObject + "[1]"},
       {Type::custom, "{\"a\":", noObject + "{\"a\":"},
   };
-  for (const Case& each : cases) {
-    EXPECT_FALSE(qualify(each.type, each.ios)) << each.message;
-    ASSERT_EQ(log_->lines.size(), 1u) << each.message;
-    EXPECT_TRUE(log_->lines[0].ends_with(each.message)) << log_->lines[0];
+  for (const auto& [type, ios, message] : cases) {
+    const auto [action, lines] = qualify(type, ios);
+    EXPECT_FALSE(action) << message;
+    ASSERT_EQ(lines.size(), 1u) << message;
+    EXPECT_TRUE(lines[0].ends_with(message)) << lines[0];
   }
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -31,15 +30,6 @@ inline std::string minimalWith(std::string_view members) {
 // The minimal campaign with a node that has further members.
 inline std::string nodeWith(std::string_view members) {
   return replaced(minimalCampaigns, "{\"viewType\"", "{" + std::string(members) + ",\"viewType\"");
-}
-
-inline void collectIds(const SornView& node, std::multiset<std::string>& ids) {
-  ids.insert(node.id);
-  for (const SornView& child : node.children) collectIds(child, ids);
-}
-inline void clearIds(SornView& node) {
-  node.id.clear();
-  for (SornView& child : node.children) clearIds(child);
 }
 
 }  // namespace sorn::documents

@@ -2,6 +2,7 @@
 #include <array>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -58,12 +59,7 @@ TEST(Gzip, WhatCannotBeUnpackedSaysWhy) {
   wrongSum[24] ^= 1;
   std::string wrongBlock(gzipped);
   wrongBlock[10] = '\x07';
-  struct Case {
-    std::string packed;
-    int windowBits;
-    GzipError error;
-  };
-  const Case cases[] = {
+  const std::tuple<std::string, int, GzipError> cases[] = {
       {"no such stream", 47, {Kind::data, -3, "incorrect header check"}},
       {wrongSum, 47, {Kind::data, -3, "incorrect data check"}},
       {wrongBlock, 47, {Kind::data, -3, "invalid block type"}},
@@ -71,12 +67,10 @@ TEST(Gzip, WhatCannotBeUnpackedSaysWhy) {
       {std::string(withDictionary), 47, {Kind::unknown, 2, "Unknown gzip error"}},
       {std::string(inZlibFormat), 31, {Kind::data, -3, "incorrect header check"}},
   };
-  for (const Case& each : cases) {
+  for (const auto& [packed, windowBits, expected] : cases) {
     GzipError error;
-    EXPECT_EQ(gunzipped(each.packed, each.windowBits, error), std::nullopt);
-    EXPECT_EQ(error.kind, each.error.kind) << each.error.message;
-    EXPECT_EQ(error.code, each.error.code);
-    EXPECT_EQ(error.message, each.error.message);
+    EXPECT_EQ(gunzipped(packed, windowBits, error), std::nullopt);
+    EXPECT_EQ(error, expected) << error.message;
   }
 }
 

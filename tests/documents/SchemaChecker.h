@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cmath>
-#include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -23,53 +22,47 @@ class SchemaChecker {
   using Node = support::Node;
 
   bool accepts(const Node& schema, const Node& value) const {
-    for (const auto& [keyword, argument] : schema.members()) {
-      if (!holds(schema, keyword, argument, value)) return false;
-    }
-    return true;
+    return !any(schema.members(), [&](const auto& member) {
+      const auto& [keyword, argument] = member;
+      return !holds(keyword, argument, schema, value);
+    });
   }
 
-  bool holds(const Node& schema, std::string_view keyword, const Node& argument, const Node& value) const {
+  bool holds(std::string_view keyword, const Node& argument, const Node& schema, const Node& value) const {
     if (keyword == "$schema" || keyword == "title" || keyword == "description" || keyword == "$defs") {
       return true;
     }
     if (keyword == "$ref") return accepts(definition(argument.text()), value);
     if (keyword == "type") return hasType(argument, value);
     if (keyword == "enum") return isListed(argument, value);
-    if (keyword == "anyOf") return any(argument, [&](const Node& form) { return accepts(form, value); });
-    if (keyword == "minimum") return !isNumber(value) || compare(value, argument) >= 0;
-    if (keyword == "maximum") return !isNumber(value) || compare(value, argument) <= 0;
+    if (keyword == "minimum") return !isNumber(value) || number(value) >= number(argument);
+    if (keyword == "maximum") return !isNumber(value) || number(value) <= number(argument);
+    if (keyword == "anyOf") {
+      return any(argument.elements(), [&](const Node& form) { return accepts(form, value); });
+    }
     if (keyword == "items") {
-      return !any(value, [&](const Node& element) { return !accepts(argument, element); });
+      return !any(value.elements(), [&](const Node& element) { return !accepts(argument, element); });
     }
     if (keyword == "required") {
-      if (!value.isObject()) return true;
-      return !any(argument, [&](const Node& key) { return !value.find(key.text()); });
+      return !value.isObject() ||
+             !any(argument.elements(), [&](const Node& key) { return !value.find(key.text()); });
     }
-    if (keyword == "properties" || keyword == "additionalProperties") {
-      return membersHold(schema, keyword == "properties", argument, value);
+    if (keyword == "properties") {
+      return !any(argument.members(), [&](const auto& property) {
+        const auto member = value.find(property.key);
+        return member && !accepts(property.value, *member);
+      });
+    }
+    if (keyword == "additionalProperties" && !schema.find("properties")) {
+      return !any(value.members(), [&](const auto& member) { return !accepts(argument, member.value); });
     }
     throw std::invalid_argument("unknown keyword " + std::string(keyword));
   }
 
-  bool membersHold(const Node& schema, bool named, const Node& argument, const Node& value) const {
-    for (const auto& [key, member] : value.members()) {
-      if (named) {
-        const auto form = argument.find(key);
-        if (form && !accepts(*form, member)) return false;
-      } else if (schema.find("properties")) {
-        throw std::invalid_argument("additionalProperties beside properties");
-      } else if (!accepts(argument, member)) {
-        return false;
-      }
-    }
-    return true;
-  }
-
-  template <class Test>
-  static bool any(const Node& list, Test test) {
-    for (const Node& element : list.elements()) {
-      if (test(element)) return true;
+  template <class Range, class Test>
+  static bool any(const Range& range, Test test) {
+    for (const auto& each : range) {
+      if (test(each)) return true;
     }
     return false;
   }
@@ -82,7 +75,7 @@ class SchemaChecker {
   }
 
   static bool hasType(const Node& type, const Node& value) {
-    if (type.isArray()) return any(type, [&](const Node& each) { return hasType(each, value); });
+    if (type.isArray()) return any(type.elements(), [&](const Node& each) { return hasType(each, value); });
     const std::string_view name = type.text();
     if (name == "null") return value.isNull();
     if (name == "boolean") return value.kind() == support::Kind::boolean;
@@ -90,42 +83,24 @@ class SchemaChecker {
     if (name == "array") return value.isArray();
     if (name == "object") return value.isObject();
     if (name == "number") return isNumber(value);
-    if (name == "integer") return isWhole(value);
+    if (name == "integer") return isNumber(value) && std::trunc(number(value)) == number(value);
     throw std::invalid_argument("unknown type " + std::string(name));
+  }
+
+  static bool isListed(const Node& list, const Node& value) {
+    return any(list.elements(), [&](const Node& each) { return each.toValue() == value.toValue(); });
   }
 
   static bool isNumber(const Node& value) {
     const support::Kind kind = value.kind();
     return kind == support::Kind::integer || kind == support::Kind::number || kind == support::Kind::decimal;
   }
-  static bool isWhole(const Node& value) {
-    if (value.kind() == support::Kind::number) return std::trunc(value.number()) == value.number();
-    return isNumber(value);
-  }
-
-  static bool isListed(const Node& list, const Node& value) {
-    return any(list, [&](const Node& each) { return each.toValue() == value.toValue(); });
-  }
-
-  // Exact also where an integer and a double meet. A decimal is beyond every integer, and where it is beyond
-  // every double it reads as an infinity.
-  static int compare(const Node& value, const Node& bound) {
-    if (value.kind() == support::Kind::decimal) {
-      const double number = std::strtod(std::string(value.text()).c_str(), nullptr);
-      if (bound.kind() == support::Kind::integer) return number < 0 ? -1 : 1;
-      return number < bound.number() ? -1 : number > bound.number();
-    }
-    if (value.kind() == support::Kind::integer && bound.kind() == support::Kind::integer) {
-      return value.integer() < bound.integer() ? -1 : value.integer() > bound.integer();
-    }
-    if (value.kind() == support::Kind::integer) return bound.number() < 0 ? 1 : -1;
-    if (bound.kind() == support::Kind::integer) {
-      if (value.number() >= 0x1p63) return 1;
-      if (value.number() < -0x1p63) return -1;
-      const auto whole = static_cast<std::int64_t>(value.number());
-      return whole < bound.integer() ? -1 : whole > bound.integer();
-    }
-    return value.number() < bound.number() ? -1 : value.number() > bound.number();
+  // Exact for integers and doubles; a decimal is beyond every integer, and where it is beyond every double it
+  // reads as an infinity.
+  static long double number(const Node& value) {
+    if (value.kind() == support::Kind::integer) return value.integer();
+    if (value.kind() == support::Kind::number) return value.number();
+    return std::strtod(std::string(value.text()).c_str(), nullptr);
   }
 
   Node schema_;

@@ -2,6 +2,7 @@
 #include <functional>
 #include <iterator>
 #include <limits>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -34,37 +35,15 @@ void eachValue(Value& value, const std::function<void(Value&)>& visit) {
   }
 }
 
-const std::vector<Value>& substitutes() {
-  static const auto* const values = new std::vector<Value>{
-      nullptr,
-      true,
-      0,
-      -1,
-      1.5,
-      std::numeric_limits<std::int64_t>::max(),
-      std::numeric_limits<std::int64_t>::min(),
-      0x1p63,
-      -0x1p64,
-      1e300,
-      Decimal{"123456789012345678901234567890"},
-      "",
-      "all",
-      "text",
-      "dialog",
-      "once",
-      "=",
-      List{},
-      List{nullptr},
-      List{1, 2.5},
-      List{"underline"},
-      List{Dictionary{}},
-      Dictionary{},
-      Dictionary{{"a", "b"}},
-      Dictionary{{"a", 1}},
-      Dictionary{{"type", "once"}},
-      Dictionary{{"url", "u"}, {"unknown", 1}},
-  };
-  return *values;
+std::vector<Value> substitutes() {
+  std::vector<Value> values{nullptr, true,  0,      -1,       1.5,    0x1p63, -0x1p64, 1e300,
+                            "",      "all", "text", "dialog", "once", "=",    List{},  Dictionary{}};
+  values.insert(values.end(),
+                {std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int64_t>::min(),
+                 Decimal{"123456789012345678901234567890"}, List{nullptr}, List{1, 2.5}, List{"underline"},
+                 List{Dictionary{}}, Dictionary{{"a", "b"}}, Dictionary{{"a", 1}},
+                 Dictionary{{"type", "once"}}, Dictionary{{"url", "u"}, {"unknown", 1}}});
+  return values;
 }
 
 class SchemaTest : public testing::Test {
@@ -124,15 +103,11 @@ TEST_F(SchemaTest, AgreesWithTheDecoderAboutEveryKeyLeftOut) {
   EXPECT_GT(refused_, 20);
 }
 
-TEST_F(SchemaTest, NamesEveryRecordOnceAndRefersToIt) {
-  std::vector<std::string> names;
-  for (const auto& [name, definition] : schema_->root().find("$defs")->members()) names.emplace_back(name);
-  const std::vector<std::string> expected = {
-      "SornInAppCampaign", "Version",         "SornView",     "MetaData",
-      "Trigger",           "TriggerMetaData", "Frequency",    "Background",
-      "ImageData",         "TextData",        "ButtonData",   "Attribute",
-      "Details",           "GradientData",    "ButtonAction", "ButtonActionValue"};
-  EXPECT_EQ(names, expected);
+TEST_F(SchemaTest, NamesEveryRecordOnce) {
+  std::multiset<std::string> names;
+  for (const auto& [name, definition] : schema_->root().find("$defs")->members()) names.emplace(name);
+  EXPECT_EQ(names.size(), 16u);
+  EXPECT_EQ(std::set(names.begin(), names.end()).size(), 16u);
   EXPECT_EQ(schema_->root().find("$schema")->text(), "https://json-schema.org/draft/2020-12/schema");
 }
 

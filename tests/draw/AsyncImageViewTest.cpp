@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include "draw/AsyncImageView.h"
-#include "draw/Picture.h"
 #include "draw/TestPictures.h"
 
 namespace sorn::draw {
@@ -18,13 +17,10 @@ namespace {
 class HeldSource : public layout::ImageSource {
  public:
   std::unique_ptr<Fetch> fetch(const std::string& url, Completion completion) override {
-    class Held : public Fetch {
-     public:
-      Held(int& ended) : ended_(ended) {}
-      ~Held() override { ++ended_; }
-
-     private:
-      int& ended_;
+    struct Held : Fetch {
+      explicit Held(int& count) : ends(count) {}
+      ~Held() override { ++ends; }
+      int& ends;
     };
     open[url] = std::move(completion);
     return std::make_unique<Held>(ended);
@@ -34,25 +30,23 @@ class HeldSource : public layout::ImageSource {
   int ended = 0;
 };
 
-class HeldQueue : public platform::MainQueue {
- public:
-  void post(std::function<void()> work) override { works_.push_back(std::move(work)); }
-  void postAfter(std::chrono::duration<double>, std::function<void()> work) override {
-    post(std::move(work));
-  }
+struct HeldQueue : platform::MainQueue {
+  void post(std::function<void()> work) override { works.push_back(std::move(work)); }
+  void postAfter(std::chrono::duration<double>, std::function<void()>) override {}
   void run() {
-    for (const auto& work : std::exchange(works_, {})) work();
+    for (const auto& work : std::exchange(works, {})) work();
   }
-
- private:
-  std::vector<std::function<void()>> works_;
+  std::vector<std::function<void()>> works;
 };
 
 class ImageView : public ::testing::Test {
  protected:
+  // A view that has begun to load.
   std::unique_ptr<AsyncImageView> view(std::optional<std::string> url) {
-    return std::make_unique<AsyncImageView>(source_, queue_, std::move(url),
-                                            [this](const AsyncImageView&) { ++redraws_; });
+    auto view = std::make_unique<AsyncImageView>(source_, queue_, std::move(url),
+                                                 [this](const AsyncImageView&) { ++redraws_; });
+    view->load();
+    return view;
   }
 
   HeldSource source_;
@@ -62,7 +56,6 @@ class ImageView : public ::testing::Test {
 
 TEST_F(ImageView, SpinsUntilThePictureIsThere) {
   const auto shown = view("a");
-  shown->load();
   EXPECT_TRUE(shown->isLoading());
   EXPECT_EQ(shown->nativeAspectRatio(), std::nullopt);
   source_.open.at("a")(pngOfStripes(90, 30, {red}));
@@ -74,15 +67,10 @@ TEST_F(ImageView, SpinsUntilThePictureIsThere) {
 }
 
 TEST_F(ImageView, WhatCannotBeShownIsThePlaceholder) {
-  const auto without = view(std::nullopt);
-  without->load();
-  EXPECT_FALSE(without->isLoading());
-  EXPECT_EQ(without->picture(), brokenPicture().get());
+  EXPECT_EQ(view(std::nullopt)->picture(), brokenPicture().get());
   EXPECT_TRUE(source_.open.empty());
-  for (const std::optional<std::string>& answer :
-       {std::optional<std::string>(), std::optional<std::string>("<html>404</html>")}) {
+  for (const std::optional<std::string>& answer : {std::optional<std::string>(), {"<html>404</html>"}}) {
     const auto broken = view("a");
-    broken->load();
     source_.open.at("a")(answer);
     queue_->run();
     EXPECT_EQ(broken->picture(), brokenPicture().get());
@@ -93,7 +81,6 @@ TEST_F(ImageView, WhatCannotBeShownIsThePlaceholder) {
 
 TEST_F(ImageView, AnEndDuringALoadTouchesNothing) {
   auto ending = view("a");
-  ending->load();
   source_.open.at("a")(pngOfStripes(9, 3, {red}));
   ending.reset();
   EXPECT_EQ(source_.ended, 1);
@@ -103,7 +90,6 @@ TEST_F(ImageView, AnEndDuringALoadTouchesNothing) {
 
 TEST_F(ImageView, AnotherAddressTakesThePlaceOfALoadThatIsUnderWay) {
   const auto shown = view("a");
-  shown->load();
   shown->update("b");
   EXPECT_EQ(source_.ended, 1);
   source_.open.at("a")(pngOfStripes(90, 30, {red}));

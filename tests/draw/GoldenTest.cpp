@@ -23,12 +23,19 @@ TextStyle styled(double size, documents::FontWeight weight, Color color, LineAli
 
 constexpr Color ink{0.1, 0.12, 0.2, 1};
 
+void expectGolden(const std::string& name, const DisplayList& list, const Frame& frame = {}) {
+  EXPECT_EQ(differenceFromGolden(renderToPixels(list, 2, frame), SORN_GOLDEN_FOLDER "/" + name), "");
+}
+
 TEST(Golden, Dialog) {
   using enum documents::FontWeight;
   const Shape card{{10, 14, 130, 126}, RoundedCorners::all(12)};
   const Shape button{{22, 112, 106, 20}, RoundedCorners::all(10)};
   const Shape close{{126, 4, 24, 24}, RoundedCorners::all(12)};
-  const Pixels pixels = renderToPixels(
+  const ImageState picture =
+      decodePicture(pngOfStripes(90, 30, {{0.9, 0.6, 0.2, 1}, {0.95, 0.8, 0.4, 1}, {0.5, 0.7, 0.5, 1}}));
+  expectGolden(
+      "dialog.png",
       listOf(
           {150, 150},
           {fill({0, 0, 150, 150}, LinearGradient{{0, 0}, {0, 150}, {{0.2, 0.3, 0.6, 1}, {0.7, 0.4, 0.6, 1}}}),
@@ -42,11 +49,7 @@ TEST(Golden, Dialog) {
            EndClip{}, DrawShadow{close, {0, 0, 0, 0.3}, 2}, FillShape{close, white},
            DrawLine{{134, 12}, {142, 20}, 1.5, layout::black},
            DrawLine{{142, 12}, {134, 20}, 1.5, layout::black}}),
-      2,
-      {.images = std::vector<ImageState>{decodePicture(
-           pngOfStripes(90, 30, {{0.9, 0.6, 0.2, 1}, {0.95, 0.8, 0.4, 1}, {0.5, 0.7, 0.5, 1}}))},
-       .scrollOffsets = {}});
-  EXPECT_EQ(differenceFromGolden(pixels, SORN_GOLDEN_FOLDER "/dialog.png"), "");
+      {.images = {&picture, 1}, .scrollOffsets = {}});
 }
 
 TEST(Golden, Texts) {
@@ -65,21 +68,19 @@ TEST(Golden, Texts) {
                                {80, static_cast<double>(alignment) * 34 + 2, 66, 33},
                                styled(9, normal, {0.6, 0.1, 0.1, 1}, alignment)));
   }
+  const std::string sentence = "A sentence that is longer than its two lines can ever hold";
   TextStyle cut = styled(10, normal, {0, 0.4, 0.2, 1});
   cut.lineLimit = 2;
-  commands.emplace_back(
-      text("A sentence that is longer than its two lines can ever hold", {4, 106, 66, 30}, cut));
+  commands.emplace_back(text(sentence, {4, 106, 66, 30}, cut));
   cut.truncation = Truncation::middle;
-  commands.emplace_back(
-      text("A sentence that is longer than its two lines can ever hold", {80, 106, 66, 30}, cut));
-  EXPECT_EQ(differenceFromGolden(renderToPixels(listOf({150, 150}, commands), 2, {}),
-                                 SORN_GOLDEN_FOLDER "/texts.png"),
-            "");
+  commands.emplace_back(text(sentence, {80, 106, 66, 30}, cut));
+  expectGolden("texts.png", listOf({150, 150}, commands));
 }
 
 TEST(Golden, Shapes) {
   const std::vector<Color> rainbow{{0.9, 0.2, 0.2, 1}, {0.95, 0.8, 0.2, 1}, {0.2, 0.6, 0.9, 1}};
-  const Pixels pixels = renderToPixels(
+  expectGolden(
+      "shapes.png",
       listOf({140, 140},
              {fill({4, 4, 60, 40}, Color{0.2, 0.5, 0.8, 1}, {.tl = 0, .tr = 6, .bl = 20, .br = 12}),
               StrokeShape{{{76, 6, 56, 36}, {.tl = 14, .tr = 0, .bl = 3, .br = 18}}, 4, {0.8, 0.3, 0.1, 1}},
@@ -90,22 +91,19 @@ TEST(Golden, Shapes) {
               DrawShadow{{{56, 104, 26, 26}, RoundedCorners::all(13)}, {0, 0, 0, 0.6}, 3},
               fill({56, 104, 26, 26}, white, RoundedCorners::all(13)),
               fill({92, 100, 40, 36}, Color{0.1, 0.7, 0.3, 0.5}),
-              fill({106, 110, 30, 26}, Color{0.9, 0.1, 0.5, 0.5}, RoundedCorners::all(5))}),
-      2, {});
-  EXPECT_EQ(differenceFromGolden(pixels, SORN_GOLDEN_FOLDER "/shapes.png"), "");
+              fill({106, 110, 30, 26}, Color{0.9, 0.1, 0.5, 0.5}, RoundedCorners::all(5))}));
 }
 
 TEST(Golden, Pictures) {
   const std::vector<ImageState> states{std::shared_ptr<const Picture>(), Loading{}, brokenPicture(),
                                        decodePicture(pngOfStripes(40, 40, {red, white, blue}))};
-  const Pixels pixels =
-      renderToPixels(listOf({140, 140}, {fill({0, 0, 140, 140}, white), DrawImage{0, {3, 3, 64, 64}, {}},
-                                         DrawImage{1, {73, 3, 64, 64}, {}},
-                                         DrawImage{2, {73, 73, 64, 30}, documents::ImageContentMode::crop},
-                                         DrawImage{3, {3, 73, 64, 50}, documents::ImageContentMode::fit},
-                                         DrawImage{1, {90, 110, 20, 20}, {}}}),
-                     2, {.images = states, .scrollOffsets = {}, .spinnerTurn = 0.3});
-  EXPECT_EQ(differenceFromGolden(pixels, SORN_GOLDEN_FOLDER "/pictures.png"), "");
+  expectGolden("pictures.png",
+               listOf({140, 140}, {fill({0, 0, 140, 140}, white), DrawImage{0, {3, 3, 64, 64}, {}},
+                                   DrawImage{1, {73, 3, 64, 64}, {}},
+                                   DrawImage{2, {73, 73, 64, 30}, documents::ImageContentMode::crop},
+                                   DrawImage{3, {3, 73, 64, 50}, documents::ImageContentMode::fit},
+                                   DrawImage{1, {90, 110, 20, 20}, {}}}),
+               {.images = states, .scrollOffsets = {}, .spinnerTurn = 0.3});
 }
 
 }  // namespace

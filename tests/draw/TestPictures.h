@@ -26,6 +26,11 @@ inline layout::DisplayList listOf(layout::Size size, std::vector<layout::Command
   return list;
 }
 
+// Drawn with its slots' pictures.
+inline Pixels drawn(const layout::DisplayList& list, double scale = 1, std::vector<ImageState> images = {}) {
+  return renderToPixels(list, scale, {.images = images, .scrollOffsets = {}});
+}
+
 inline layout::FillShape fill(const layout::Rect& rect, layout::Paint paint,
                               layout::RoundedCorners corners = {}) {
   return {{rect, corners}, std::move(paint)};

@@ -2,12 +2,8 @@
 
 #include <fstream>
 
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-
-#include "emulator/RawClient.h"
-#include "emulator/TemporaryFolder.h"
-#include "sorn-emulator/Emulator.h"
+#include "emulator/EmulatorFixture.h"
+#include "linux/TemporaryFolder.h"
 
 namespace sorn::emulator::test {
 namespace {
@@ -18,22 +14,16 @@ constexpr const char* save = "/v1/ios/save/json";
 // printf '127.0.0.1/v1/ios/save/json{"entity_id":"D1"}' | openssl dgst -sha256 -hmac topsecret -binary |
 // base64
 constexpr const char* saveSigned = "Authorization: demo=rIDkU7ziIUS0lwh6skE7Hm5UEpnnMZZlAC1aHe9EOZ4=\r\n";
-constexpr const char* campaigns = "/127.files/inapp/public/demo/active.json.gz";
 constexpr const char* places = "/127.files/places/demo/active_places.json.gz";
 
-class ControlTest : public testing::Test {
+class ControlTest : public EmulatorFixture {
  protected:
-  RawAnswer get(std::string_view target) { return exchange(emulator.port(), "GET", target); }
-  RawAnswer post(std::string_view target, std::string_view body, std::string_view headers = "") {
-    return exchange(emulator.port(), "POST", target, body, headers);
-  }
+  RawAnswer saveDevice() { return post(save, R"({"entity_id":"D1"})", saveSigned); }
   json state() { return json::parse(get("/emulator/state").body); }
-
-  Emulator emulator{{.accounts = {{"demo", "topsecret"}}}};
 };
 
 TEST_F(ControlTest, StateShowsRequestsWithVerdictAndExpectedText) {
-  EXPECT_EQ(post(save, R"({"entity_id":"D1"})", saveSigned).status, 200);
+  EXPECT_EQ(saveDevice().status, 200);
   EXPECT_EQ(post(save, "\xff\x01", saveSigned).status, 401);
   EXPECT_EQ(get(save).status, 405);
   EXPECT_EQ(post("/nothing/here", "{}").status, 404);
@@ -66,21 +56,21 @@ TEST_F(ControlTest, WhatIsArrangedIsAnsweredAndResetForgetsIt) {
   EXPECT_EQ(post("/emulator/push", R"({"-":"1"})").status, 200);
   EXPECT_EQ(post("/emulator/campaigns", "[]").status, 200);
   EXPECT_EQ(post("/emulator/faults", R"([{"path":"user/activate/json","kind":"reset"}])").status, 200);
-  EXPECT_EQ(json::parse(post(save, R"({"entity_id":"D1"})", saveSigned).body)["configuration"],
-            json::parse(R"({"features":{}})"));
+  EXPECT_EQ(json::parse(saveDevice().body)["configuration"], json::parse(R"({"features":{}})"));
   auto before = state();
   EXPECT_EQ(before["inbox"], json::parse(R"([{"campaign_id":"1"}])"));
   EXPECT_EQ(before["push"]["messages"], json::parse(R"([{"-":"1"}])"));
+  EXPECT_EQ(sendEvents().status, 200);
+  EXPECT_EQ(get("/emulator/events").body, R"([{"event_id":"1"},{"event_id":"1"}])");
 
   EXPECT_EQ(post("/emulator/reset", "").status, 200);
   EXPECT_EQ(state(),
             json::parse(R"({"requests":[],"devices":{},"users":{},"tags":{},"inbox":[],"locations":{},
       "crossings":[],"push":{"registrations":{},"messages":[]}})"));
+  EXPECT_EQ(get("/emulator/events").body, "[]");
   EXPECT_EQ(get(campaigns).status, 404);
   EXPECT_EQ(post("/user/activate/json", "{}").status, 401) << "the fault is gone too";
-  EXPECT_EQ(
-      json::parse(post(save, R"({"entity_id":"D1"})", saveSigned).body)["configuration"]["features"].size(),
-      4u);
+  EXPECT_EQ(json::parse(saveDevice().body)["configuration"]["features"].size(), 4u);
 }
 
 TEST_F(ControlTest, WrongControlCallsSayWhy) {
@@ -90,17 +80,12 @@ TEST_F(ControlTest, WrongControlCallsSayWhy) {
     const char* body;
     int status;
   };
-  const Case cases[] = {{"GET", "/emulator/nothing", "", 404},
-                        {"GET", "/emulator/reset", "", 405},
-                        {"POST", "/emulator/state", "", 405},
-                        {"POST", "/emulator/inbox", "{}", 400},
-                        {"POST", "/emulator/inbox", "[", 400},
-                        {"POST", "/emulator/configuration", "", 400},
-                        {"POST", "/emulator/push", "[]", 400},
-                        {"POST", "/emulator/push", "[1e999]", 400},
-                        {"POST", "/emulator/faults", "\xff", 400},
-                        {"POST", "/emulator/faults", "{}", 400},
-                        {"POST", "/emulator/places?etag=%0D%0Ax", "[]", 400}};
+  const Case cases[] = {
+      {"GET", "/emulator/nothing", "", 404},        {"GET", "/emulator/reset", "", 405},
+      {"POST", "/emulator/state", "", 405},         {"POST", "/emulator/inbox", "{}", 400},
+      {"POST", "/emulator/configuration", "", 400}, {"POST", "/emulator/push", "[]", 400},
+      {"POST", "/emulator/push", "[1e999]", 400},   {"POST", "/emulator/faults", "\xff", 400},
+      {"POST", "/emulator/faults", "{}", 400},      {"POST", "/emulator/places?etag=%0D%0Ax", "[]", 400}};
   for (const auto& wrong : cases) {
     const auto answer = exchange(emulator.port(), wrong.method, wrong.target, wrong.body);
     EXPECT_EQ(answer.status, wrong.status) << wrong.target;
@@ -163,19 +148,11 @@ TEST_F(ControlTest, OnlyTheRightPathsLeadToTheFiles) {
   }
 }
 
-TEST_F(ControlTest, EventsAreListedInOrder) {
-  // printf '127.0.0.1/v1/events/report/json%s' "$BODY" | openssl dgst -sha256 -hmac topsecret -binary |
-  // base64
-  post("/v1/events/report/json", R"({"events":[{"event_id":"1"},{"event_id":"1"}]})",
-       "Authorization: demo=8BWHTegEVrX2z7ALAGno5t1UZRWe/0KkmB+b+zA7L9c=\r\n");
-  EXPECT_EQ(get("/emulator/events").body, R"([{"event_id":"1"},{"event_id":"1"}])");
-}
-
 TEST(Seed, FolderIsWhatTheServiceBeginsWith) {
-  const TemporaryFolder folder;
-  std::ofstream(folder.path() / "campaigns.json") << "[1]";
-  std::ofstream(folder.path() / "inbox.json") << R"([{"campaign_id":"7"}])";
-  std::ofstream(folder.path() / "configuration.json") << "null";
+  const sorn::testing::TemporaryFolder folder;
+  folder.write("campaigns.json", "[1]");
+  folder.write("inbox.json", R"([{"campaign_id":"7"}])");
+  folder.write("configuration.json", "null");
   Emulator emulator({.accounts = {{"demo", "topsecret"}}, .seed = folder.path()});
   EXPECT_EQ(unpacked(exchange(emulator.port(), "GET", campaigns).body), "[1]");
   EXPECT_EQ(exchange(emulator.port(), "GET", places).status, 404);
@@ -183,14 +160,13 @@ TEST(Seed, FolderIsWhatTheServiceBeginsWith) {
   const auto answer = exchange(emulator.port(), "POST", save, R"({"entity_id":"D1"})", saveSigned);
   EXPECT_FALSE(json::parse(answer.body).contains("configuration"));
 
-  std::ofstream(folder.path() / "inbox.json") << "{";
+  folder.write("inbox.json", "{");
   EXPECT_THROW(Emulator({.accounts = {{"demo", "topsecret"}}, .seed = folder.path()}), std::runtime_error);
 }
 
 TEST(RecordFile, GetsALineForEachRequestBehindWhatWasThere) {
-  const TemporaryFolder folder;
-  const auto file = folder.path() / "record.jsonl";
-  std::ofstream(file) << "{\"before\":true}\n";
+  const sorn::testing::TemporaryFolder folder;
+  const auto file = folder.write("record.jsonl", "{\"before\":true}\n");
   {
     Emulator emulator({.accounts = {{"demo", "topsecret"}}, .record = file});
     exchange(emulator.port(), "POST", save, R"({"entity_id":"D1"})", saveSigned);

@@ -30,23 +30,19 @@ class ServiceTest : public testing::Test {
 };
 
 TEST_F(ServiceTest, EveryCallIsKnownWithAndWithoutPrefixAndHalfANameIsNot) {
-  const char* paths[] = {"ios/push/token/update/json",  "ios/push/enable/json",
-                         "ios/push/disable/json",       "ios/preferences/save/json",
-                         "user/activate/json",          "user/activate-anonymous/json",
-                         "events/report/json",          "inbox/fetch/json",
-                         "inbox/delete/json",           "inbox/read/json",
-                         "events/report-place/json",    "ios/save/json",
-                         "user/deactivate/json",        "ios/location/register/json",
-                         "ios/location/unregister/json"};
   std::set<Endpoint> seen;
-  for (const std::string path : paths) {
+  for (const std::string path :
+       {"events/report/json", "events/report-place/json", "inbox/delete/json", "inbox/fetch/json",
+        "inbox/read/json", "ios/location/register/json", "ios/location/unregister/json",
+        "ios/preferences/save/json", "ios/push/disable/json", "ios/push/enable/json",
+        "ios/push/token/update/json", "ios/save/json", "user/activate/json", "user/activate-anonymous/json",
+        "user/deactivate/json"}) {
     ASSERT_TRUE(endpointAt("/" + path)) << path;
     EXPECT_EQ(endpointAt("/" + path), endpointAt("/api/v1/" + path));
     EXPECT_FALSE(endpointAt("/x" + path)) << path;
     EXPECT_FALSE(endpointAt("/" + path + "/")) << path;
-    seen.insert(*endpointAt("/" + path));
+    EXPECT_TRUE(seen.insert(*endpointAt("/" + path)).second) << path;
   }
-  EXPECT_EQ(seen.size(), 15u);
 }
 
 TEST_F(ServiceTest, SaveAnswersTheAccountAndTheSameCreationTimeEachTime) {
@@ -68,20 +64,20 @@ TEST_F(ServiceTest, SaveAnswersTheAccountAndTheSameCreationTimeEachTime) {
 }
 
 TEST_F(ServiceTest, UsersTagsPushPlacesAreKeptByDevice) {
-  call("/user/activate/json", {{"entity_id", "D1"}, {"user_id", "ann"}});
-  call("/user/activate-anonymous/json", {{"entity_id", "D2"}, {"user_id", "0000"}});
-  call("/user/activate/json", {{"entity_id", "D3"}, {"user_id", "eve"}});
-  call("/user/deactivate/json", {{"entity_id", "D3"}});
-  call("/ios/preferences/save/json", {{"entity_id", "D1"}, {"tags", {"b", "a"}}});
-  call("/ios/push/token/update/json", {{"entity_id", "D1"}, {"push_id", "0aff"}});
-  call("/ios/push/enable/json",
-       {{"entity_id", "D1"}, {"authorization_status", 2}, {"notification_types", 7}});
-  call("/ios/push/disable/json",
-       {{"entity_id", "D2"}, {"authorization_status", 1}, {"notification_types", 0}});
-  call("/ios/location/register/json", {{"entity_id", "D1"}});
-  call("/ios/location/unregister/json", {{"entity_id", "D2"}});
-  call("/events/report-place/json", {{"place_id", 9}, {"direction", 1}});
-
+  const std::pair<const char*, const char*> calls[] = {
+      {"/user/activate/json", R"({"entity_id":"D1","user_id":"ann"})"},
+      {"/user/activate-anonymous/json", R"({"entity_id":"D2","user_id":"0000"})"},
+      {"/user/activate/json", R"({"entity_id":"D3","user_id":"eve"})"},
+      {"/user/deactivate/json", R"({"entity_id":"D3"})"},
+      {"/ios/preferences/save/json", R"({"entity_id":"D1","tags":["b","a"]})"},
+      {"/ios/push/token/update/json", R"({"entity_id":"D1","push_id":"0aff"})"},
+      {"/ios/push/enable/json", R"({"entity_id":"D1","authorization_status":2,"notification_types":7})"},
+      {"/ios/push/disable/json", R"({"entity_id":"D2","authorization_status":1,"notification_types":0})"},
+      {"/ios/location/register/json", R"({"entity_id":"D1"})"},
+      {"/ios/location/unregister/json", R"({"entity_id":"D2"})"},
+      {"/events/report-place/json", R"({"place_id":9,"direction":1})"},
+  };
+  for (const auto& [path, body] : calls) call(path, json::parse(body));
   const auto state = service.state();
   EXPECT_EQ(state["users"], json::parse(R"({"D1":{"user_id":"ann","anonymous":false},
                                             "D2":{"user_id":"0000","anonymous":true}})"));
@@ -118,27 +114,21 @@ TEST_F(ServiceTest, LightModeCountsEventsButNotWhatIsInsideThem) {
   EXPECT_TRUE(light.events().empty());
 }
 
-TEST_F(ServiceTest, FetchHandsOutMessagesAsTheyStandWithStarredOwnersFilledIn) {
-  service.setInbox(json::parse(R"([
+TEST_F(ServiceTest, FetchHandsOutWhatHasNotExpiredWithStarredOwnersFilledIn) {
+  auto inbox = json::parse(R"([
       {"owner":{"type":"user","id":"*"},"campaign_id":"1"},
-      {"owner":{"type":"device","id":"*"},"campaign_id":"2"},
+      {"owner":{"type":"device","id":"*"},"campaign_id":"2","expiresAt":0},
       {"owner":{"type":"user","id":"bob"},"campaign_id":"3","readAt":0},
-      {"campaign_id":"4"}, 5])"));
-  EXPECT_EQ(fetch("D1", "ann"), json::parse(R"([
-      {"owner":{"type":"user","id":"ann"},"campaign_id":"1"},
-      {"owner":{"type":"device","id":"D1"},"campaign_id":"2"},
-      {"owner":{"type":"user","id":"bob"},"campaign_id":"3","readAt":0},
-      {"campaign_id":"4"}, 5])"));
-}
-
-TEST_F(ServiceTest, FetchTellsTheTimeAndLeavesOutWhatHasExpired) {
-  service.setInbox({{{"campaign_id", "past"}, {"expiresAt", now() - 1}},
-                    {{"campaign_id", "future"}, {"expiresAt", now() + 60}},
-                    {{"campaign_id", "never"}, {"expiresAt", 0}}});
-  const auto answer = call("/inbox/fetch/json", {{"entity_id", "D1"}, {"user_id", nullptr}});
+      {"campaign_id":"4"}, 5])");
+  inbox.push_back({{"campaign_id", "future"}, {"expiresAt", now() + 60}});
+  inbox.push_back({{"campaign_id", "past"}, {"expiresAt", now() - 1}});
+  service.setInbox(inbox);
+  const auto answer = call("/inbox/fetch/json", {{"entity_id", "D1"}, {"user_id", "ann"}});
   EXPECT_NEAR(answer["server_time"].get<double>(), now(), 2);
-  ASSERT_EQ(answer["messages"].size(), 2u);
-  EXPECT_EQ(answer["messages"][0]["campaign_id"], "future");
+  inbox.erase(6);
+  inbox[0]["owner"]["id"] = "ann";
+  inbox[1]["owner"]["id"] = "D1";
+  EXPECT_EQ(answer["messages"], inbox);
 }
 
 TEST_F(ServiceTest, ReadsAreAnsweredItemByItemInTheirOrder) {

@@ -29,8 +29,6 @@ const KnownAnswer knownAnswers[] = {
      "8DEI/eVZrghPvzTuLlMnKb45gNNZr1XQVX6CGl8dB1s="},
     {"Port9999IsNotSigned", "topsecret", "127.0.0.1:9999", tagsPath, tags,
      "SxV7dnmTxdaEE7qV5QkF82CDkIzpxcnGyB/4TSADFnk="},
-    {"Port40000IsNotSigned", "topsecret", "127.0.0.1:40000", tagsPath, tags,
-     "SxV7dnmTxdaEE7qV5QkF82CDkIzpxcnGyB/4TSADFnk="},
     {"BodyInOtherScripts", "topsecret", "localhost", "/user/activate/json", R"({"user_id":"Zoë – 東京"})",
      "Ag4I0dgTrh/IE7iGPk3noM0Qvyz+aCVcWBbgbAmYue0="},
     {"EmptySecret", "", "127.0.0.1", "/user/activate/json", "{}",
@@ -50,16 +48,12 @@ Verdict verdictFor(const KnownAnswer& known, const std::string& authorization) {
   return verdictOn(request, signedHead(known.host, known.path), {{"other", "x"}, {"demo", known.secret}});
 }
 
-class KnownSignature : public testing::TestWithParam<KnownAnswer> {};
-
-TEST_P(KnownSignature, IsValidAndForNobodyElse) {
-  const auto& known = GetParam();
-  EXPECT_EQ(verdictFor(known, std::string("demo=") + known.signature), Verdict::valid);
-  EXPECT_EQ(verdictFor(known, std::string("other=") + known.signature), Verdict::invalid);
+TEST(Signature, KnownOneIsValidAndForNobodyElse) {
+  for (const auto& known : knownAnswers) {
+    EXPECT_EQ(verdictFor(known, std::string("demo=") + known.signature), Verdict::valid) << known.name;
+    EXPECT_EQ(verdictFor(known, std::string("other=") + known.signature), Verdict::invalid) << known.name;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Table, KnownSignature, testing::ValuesIn(knownAnswers),
-                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST(Signature, OneWrongByteAnywhereIsInvalid) {
   const auto& known = knownAnswers[0];
@@ -75,9 +69,6 @@ TEST(Signature, OneWrongByteAnywhereIsInvalid) {
   auto otherPath = known;
   otherPath.path = "/v2/ios/preferences/save/json";
   EXPECT_EQ(verdictFor(otherPath, right), Verdict::invalid);
-}
-
-TEST(Signature, MissingHeaderIsAbsentNotInvalid) {
   EXPECT_EQ(verdictOn(HttpRequest{}, "127.0.0.1/ios/save/json", {{"demo", "topsecret"}}), Verdict::absent);
 }
 

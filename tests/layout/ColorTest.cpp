@@ -14,7 +14,6 @@ TEST(Color, IsReadByTheCountOfCharacters) {
       {"  (336699) ", {0x33 / 255.0, 0x66 / 255.0, 0x99 / 255.0, 1}},
       {"#12345", black},
       {"", black},
-      {"#", black},
       {"FFG", {0, 1, 1, 1}},     // reads as FF
       {"0xFF00", {0, 1, 0, 1}},  // six characters
       {"zzzzzz", black},         // no digit

@@ -51,18 +51,15 @@ class CommandText {
     return (std::ostringstream() << at.x << ' ' << at.y << ' ' << at.width << ' ' << at.height).str();
   }
   static std::string shape(const Shape& at) {
+    const auto& [tl, tr, bl, br] = at.corners;
     if (at.corners == RoundedCorners()) return rect(at.rect);
-    std::ostringstream out;
-    out << rect(at.rect) << " corners " << at.corners.tl << ' ' << at.corners.tr << ' ' << at.corners.br
-        << ' ' << at.corners.bl;
-    return out.str();
+    return rect(at.rect) + " corners " + rect({tl, tr, br, bl});
   }
   static std::string name(const Color& color) {
-    std::ostringstream out;
-    out << std::hex << '#';
+    std::string out = "#";
     for (const double channel : {color.red, color.green, color.blue, color.alpha})
-      out << std::lround(channel * 15);
-    return out.str();
+      out += "0123456789abcdef"[std::lround(channel * 15)];
+    return out;
   }
   static std::string names(const std::vector<Color>& colors) {
     std::string out;

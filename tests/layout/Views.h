@@ -46,6 +46,10 @@ inline SornView spacer() {
   return node;
 }
 
+inline SornView button(std::vector<SornView> label = {}) {
+  return view(SornViewType::button, std::move(label));
+}
+
 inline SornView sized(SornView node, double width, double height) {
   node.width = width;
   node.height = height;
@@ -54,6 +58,11 @@ inline SornView sized(SornView node, double width, double height) {
 
 inline SornView fixed(double width, double height) { return sized(column({}), width, height); }
 
+inline SornView bounded(SornView node, double maxWidth) {
+  node.maxWidth = maxWidth;
+  return node;
+}
+
 inline SornView aligned(SornView node, Alignment alignment) {
   node.alignment = alignment;
   return node;
@@ -61,6 +70,11 @@ inline SornView aligned(SornView node, Alignment alignment) {
 
 inline SornView padded(SornView node, std::vector<double> padding) {
   node.padding = std::move(padding);
+  return node;
+}
+
+inline SornView colored(SornView node, std::string color) {
+  node.background = documents::Background{documents::BackgroundType::color, std::move(color), {}, {}};
   return node;
 }
 
@@ -77,13 +91,15 @@ class Laid {
   LayoutTree& tree() { return tree_; }
   LayoutItem& item() { return *item_; }
 
-  // "x y width height" of each node but the root, one a line.
-  std::string frames() const {
+  // "WIDTHxHEIGHT" of the whole, and "x y width height" of each node but the root.
+  std::string dump() const {
     std::ostringstream out;
+    out << size().width << 'x' << size().height;
     for (const NodeBox& node : tree_.nodes()) {
       if (!node.parent) continue;
       const Rect& frame = node.box->frame();
-      out << frame.x << ' ' << frame.y << ' ' << frame.width << ' ' << frame.height << '\n';
+      out << (&node == &tree_.nodes()[1] ? ": " : ", ") << frame.x << ' ' << frame.y << ' ' << frame.width
+          << ' ' << frame.height;
     }
     return out.str();
   }
@@ -94,5 +110,9 @@ class Laid {
   LayoutTree tree_{root_, metric_};
   std::unique_ptr<LayoutItem> item_ = tree_.takeRoot();
 };
+
+inline std::string laid(SornView root, const Proposal& offered, Size picture = {}) {
+  return Laid(std::move(root), offered, picture).dump();
+}
 
 }  // namespace sorn::layout::testing

@@ -48,10 +48,7 @@ class HttpClient {
   platform::HttpResponse answerOf(platform::HttpRequest request) {
     Result result = fetch(std::move(request));
     auto* response = std::get_if<platform::HttpResponse>(&result);
-    if (response) return std::move(*response);
-    platform::HttpResponse none;
-    none.status = -1;
-    return none;
+    return response ? std::move(*response) : platform::HttpResponse{-1, {}, {}};
   }
 
   template <class Condition>

@@ -27,49 +27,25 @@ using std::chrono::milliseconds;
 
 namespace {
 
-// Sets variables of this process's environment for the time of a test; null unsets.
-class ScopedEnvironment {
- public:
-  explicit ScopedEnvironment(std::initializer_list<std::pair<const char*, const char*>> values) {
-    for (const auto& [name, value] : values) {
-      const char* before = std::getenv(name);
-      before_[name] = before ? std::optional<std::string>(before) : std::nullopt;
-      put(name, value);
-    }
-  }
-  ScopedEnvironment(const ScopedEnvironment&) = delete;
-  ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
-  ~ScopedEnvironment() {
-    for (const auto& [name, value] : before_) put(name, value ? value->c_str() : nullptr);
-  }
-
- private:
-  static void put(const std::string& name, const char* value) {
-    if (value) {
-      ::setenv(name.c_str(), value, 1);
-    } else {
-      ::unsetenv(name.c_str());
-    }
-  }
-  std::map<std::string, std::optional<std::string>> before_;
-};
+// A variable of this process's environment; null unsets.
+void setVariable(const char* name, const char* value) { value ? ::setenv(name, value, 1) : ::unsetenv(name); }
 
 TEST(XdgDirectories, FollowTheEnvironment) {
   struct Case {
-    const char* home;
     const char* data;
     const char* config;
     const char* documents;
     const char* defaults;
   };
   const Case cases[] = {
-      {"/h", nullptr, nullptr, "/h/.local/share/app/documents", "/h/.config/app/defaults.json"},
-      {"/h", "/d", "/c", "/d/app/documents", "/c/app/defaults.json"},
-      {"/h", "relative", "", "/h/.local/share/app/documents", "/h/.config/app/defaults.json"},
+      {nullptr, nullptr, "/h/.local/share/app/documents", "/h/.config/app/defaults.json"},
+      {"/d", "/c", "/d/app/documents", "/c/app/defaults.json"},
+      {"relative", "", "/h/.local/share/app/documents", "/h/.config/app/defaults.json"},
   };
   for (const Case& each : cases) {
-    const ScopedEnvironment environment(
-        {{"HOME", each.home}, {"XDG_DATA_HOME", each.data}, {"XDG_CONFIG_HOME", each.config}});
+    setVariable("HOME", "/h");
+    setVariable("XDG_DATA_HOME", each.data);
+    setVariable("XDG_CONFIG_HOME", each.config);
     const headless::XdgDirectories directories(headless::XdgHomes::fromEnvironment(), "app");
     EXPECT_THAT(directories.documents(), ::testing::ElementsAre(each.documents));
     EXPECT_EQ(directories.defaultsFile(), each.defaults);
@@ -98,7 +74,7 @@ TEST(HostBundle, FindsResourcesInOrderAndNeverOutside) {
   folder.write("own/late.plist", "own");
   folder.write("secret.plist", "secret");
   std::filesystem::create_directories(folder / "own/folder.plist");
-  const ScopedEnvironment environment{{"XDG_DATA_DIRS", (folder / "shared").c_str()}};
+  setVariable("XDG_DATA_DIRS", (folder / "shared").c_str());
   headless::HostBundle bundle;
   EXPECT_EQ(bundle.identifier(), "linux_files_test");
   bundle.setIdentifier("host.app");
@@ -111,6 +87,7 @@ TEST(HostBundle, FindsResourcesInOrderAndNeverOutside) {
                                   (folder / "secret").string(), std::string("la\0te", 5)}) {
     EXPECT_EQ(bundle.resource(name, "plist"), std::nullopt) << name;
   }
+  setVariable("XDG_DATA_DIRS", nullptr);
 }
 
 TEST(HostBundle, MakesTextOfANameInAnotherEncoding) {
@@ -223,9 +200,10 @@ TEST(LinuxDeviceFacts, SplitTheLocale) {
 TEST(LinuxDeviceFacts, TellTheOffsetOfTheZone) {
   const LinuxDeviceFacts facts;
   for (const auto& [zone, seconds] : std::map<const char*, int>{{"XXX3:30", -12600}, {"YYY-5:45", 20700}}) {
-    const ScopedEnvironment environment{{"TZ", zone}};
+    setVariable("TZ", zone);
     EXPECT_EQ(facts.secondsFromGMT(), seconds) << zone;
   }
+  setVariable("TZ", nullptr);
 }
 
 TEST(MainQueueThread, RunsWorkInOrderAndDelayedWorkWhenItIsDue) {

@@ -13,7 +13,8 @@ namespace sorn::store {
 namespace {
 
 std::string bytesOf(const std::filesystem::path& file) {
-  if (!std::filesystem::is_regular_file(file)) return {};
+  std::error_code ignored;
+  if (!std::filesystem::is_regular_file(file, ignored)) return {};
   std::ifstream stream(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};
 }
@@ -51,87 +52,85 @@ TEST(StoreFile, FileAndFoldersBelongToTheUserAlone) {
   EXPECT_FALSE(std::filesystem::exists(host.folder / "x")) << "the last candidate is the one";
 }
 
-TEST(StoreFile, FileWithWiderRightsIsNarrowed) {
-  const testing::TemporaryFolder folder;
-  makeStore(folder / "s.sqlite");
-  std::filesystem::permissions(folder / "s.sqlite", std::filesystem::perms(0644));
-  ASSERT_TRUE(open(folder / "s.sqlite"));
-  EXPECT_EQ(testing::modeOf(folder / "s.sqlite"), "0600");
-}
-
-TEST(StoreFile, ZeroLengthFileBecomesAStore) {
+TEST(StoreFile, EmptyFileOfWiderRightsBecomesAPrivateStore) {
   const testing::TemporaryFolder folder;
   folder.write("s.sqlite", "");
+  std::filesystem::permissions(folder / "s.sqlite", std::filesystem::perms(0644));
   makeStore(folder / "s.sqlite");
+  EXPECT_EQ(testing::modeOf(folder / "s.sqlite"), "0600");
   EXPECT_EQ(tests::RawDatabase(folder / "s.sqlite").column("SELECT action FROM SNEvent"), "a");
 }
 
-// Each prepares a file that is no store of this library, or a spoiled one.
+// A file that is no store of this library, or a spoiled one.
 struct Unusable {
   const char* name;
   std::function<void(const std::filesystem::path&)> prepare;
 };
 
-class UnusableFile : public ::testing::TestWithParam<Unusable> {};
-
-TEST_P(UnusableFile, LeavesTheLibraryWithoutPersistenceAndIsNotTouched) {
-  tests::TestHost host;
-  std::filesystem::create_directories(host.databaseFile().parent_path());
-  GetParam().prepare(host.databaseFile());
-  const std::string before = bytesOf(host.databaseFile());
-  const auto modeBefore = std::filesystem::symlink_status(host.databaseFile()).permissions();
-  {
-    const auto library = host.launch();
-    EXPECT_FALSE(library->context().performBlockAndWait([&] { return library->context().isPersistent(); }));
-    library->sorn().logEventWith("Category", "Action");
-    library->context().performBlockAndWait([&] {
-      EXPECT_EQ(library->context().count(SNEvent::entity()), 2u) << "the session's first and this";
-      EXPECT_FALSE(library->context().save());
-    });
-  }
-  EXPECT_TRUE(bytesOf(host.databaseFile()) == before);
-  EXPECT_EQ(std::filesystem::symlink_status(host.databaseFile()).permissions(), modeBefore);
-  EXPECT_FALSE(std::filesystem::exists(host.databaseFile().string() + "-wal"));
+// The bytes alone, what these statements make of an empty database, and what they make of a store.
+auto bytes(std::string text) {
+  return [text](const auto& file) { std::ofstream(file, std::ios::binary) << text; };
+}
+auto foreign(const char* sql) {
+  return [sql](const auto& file) { tests::RawDatabase(file).execute(sql); };
+}
+auto spoiled(const char* sql) {
+  return [sql](const auto& file) {
+    makeStore(file);
+    tests::RawDatabase(file).execute(sql);
+  };
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    StoreFile, UnusableFile,
-    ::testing::Values(
-        Unusable{"Text", [](const auto& file) { std::ofstream(file) << "no database"; }},
-        Unusable{"Short", [](const auto& file) { std::ofstream(file) << "SQLite"; }},
-        Unusable{"HeaderAlone", [](const auto& file) { std::ofstream(file).write("SQLite format 3\0", 16); }},
-        Unusable{"Noise",
-                 [](const auto& file) {
-                   std::ofstream stream(file);
-                   stream.write("SQLite format 3\0", 16);
-                   stream << std::string(8000, 'x');
-                 }},
-        Unusable{"CutOff",
-                 [](const auto& file) {
-                   makeStore(file);
-                   std::filesystem::resize_file(file, 6000);
-                 }},
-        Unusable{"DamagedTable",
-                 [](const auto& file) {
-                   makeStore(file);
-                   tests::RawDatabase(file).execute("DROP TABLE SNSession");
-                 }},
-        Unusable{"ForeignDatabase",
-                 [](const auto& file) { tests::RawDatabase(file).execute("CREATE TABLE t (x)"); }},
-        Unusable{"ForeignDatabaseWithALog",
-                 [](const auto& file) {
-                   tests::RawDatabase(file).execute("PRAGMA journal_mode=WAL; CREATE TABLE t (x)");
-                 }},
-        Unusable{"NewerVersion",
-                 [](const auto& file) {
-                   makeStore(file);
-                   tests::RawDatabase(file).execute("PRAGMA user_version=2");
-                 }},
-        Unusable{"Pipe", [](const auto& file) { ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0); }},
-        Unusable{"Directory", [](const auto& file) { std::filesystem::create_directory(file); }},
-        Unusable{"DanglingLink",
-                 [](const auto& file) { std::filesystem::create_symlink("/nowhere/at/all", file); }}),
-    [](const auto& each) { return each.param.name; });
+TEST(StoreFile, UnusableOneLeavesTheLibraryWithoutPersistenceAndIsNotTouched) {
+  const std::string head("SQLite format 3\0", 16);
+  const Unusable cases[] = {
+      {"text", bytes("no database")},
+      {"short", bytes("SQLite")},
+      {"head alone", bytes(head)},
+      {"noise", bytes(head + std::string(8000, 'x'))},
+      {"foreign", foreign("CREATE TABLE t (x)")},
+      {"foreign with a log", foreign("PRAGMA journal_mode=WAL; CREATE TABLE t (x)")},
+      {"damaged table", spoiled("DROP TABLE SNSession")},
+      {"newer version", spoiled("PRAGMA user_version=2")},
+      {"cut off",
+       [](const auto& file) {
+         makeStore(file);
+         std::filesystem::resize_file(file, 6000);
+       }},
+      {"pipe", [](const auto& file) { ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0); }},
+      {"folder", [](const auto& file) { std::filesystem::create_directory(file); }},
+      {"dangling link", [](const auto& file) { std::filesystem::create_symlink("elsewhere", file); }},
+      {"file where the folder should be",
+       [](const auto& file) {
+         std::filesystem::remove(file.parent_path());
+         std::ofstream(file.parent_path()) << "x";
+       }},
+  };
+  for (const Unusable& each : cases) {
+    SCOPED_TRACE(each.name);
+    tests::TestHost host;
+    const auto file = host.databaseFile();
+    std::filesystem::create_directories(file.parent_path());
+    each.prepare(file);
+    const std::string before = bytesOf(file);
+    std::error_code ignored;
+    const auto modeBefore = std::filesystem::symlink_status(file, ignored).permissions();
+    {
+      const auto library = host.launch();
+      store::ManagedObjectContext& context = library->context();
+      EXPECT_FALSE(context.performBlockAndWait([&] { return context.isPersistent(); }));
+      library->sorn().logEventWith("Category", "Action");
+      context.performBlockAndWait([&] {
+        EXPECT_EQ(context.count(SNEvent::entity()), 2u) << "the session's first and this";
+        EXPECT_FALSE(context.save());
+      });
+    }
+    EXPECT_TRUE(bytesOf(file) == before);
+    EXPECT_EQ(std::filesystem::symlink_status(file, ignored).permissions(), modeBefore);
+    EXPECT_FALSE(std::filesystem::exists(file.string() + "-wal", ignored));
+    EXPECT_FALSE(std::filesystem::exists(file.parent_path() / "elsewhere", ignored)) << "the link's target";
+  }
+}
 
 using DamagedFile = StoreFixture;
 
@@ -172,16 +171,6 @@ TEST_F(DamagedFile, IsGivenUpAtTheFirstUnreadableRowAndWorkGoesOnInMemory) {
     close();
     EXPECT_TRUE(bytesOf(file()) == before);
   }
-}
-
-TEST(StoreFile, FolderThatCannotBeMadeLeavesTheLibraryWithoutPersistence) {
-  tests::TestHost host;
-  host.folder.write("documents", "a file where the folder should be");
-  const auto library = host.launch();
-  library->sorn().logEventWith("Category", "Action");
-  EXPECT_EQ(
-      library->context().performBlockAndWait([&] { return library->context().count(SNEvent::entity()); }),
-      2u);
 }
 
 TEST(StoreFile, HeldByAnotherProcessIsLeftToItAndFreeAfterItsDeath) {

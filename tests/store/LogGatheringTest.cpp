@@ -1,10 +1,9 @@
-#include <csignal>
 #include <fstream>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include "fakes/RawDatabase.h"
+#include "linux/FullDisk.h"
 #include "linux/TemporaryFolder.h"
 #include "store/sqlite/Database.h"
 
@@ -54,26 +53,6 @@ std::int64_t writesSoFar() {
   }
   return -1;
 }
-
-// Lets no file of this process grow beyond a size.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    ::getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit limit{bytes, before_.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    ::setrlimit(RLIMIT_FSIZE, &before_);
-    std::signal(SIGXFSZ, handler_);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
- private:
-  rlimit before_{};
-  void (*handler_)(int);
-};
 
 }  // namespace
 
@@ -132,7 +111,7 @@ TEST_F(LogGathering, CommitThatDoesNotFitFailsAndTheNextSucceeds) {
   const auto size = std::filesystem::file_size(file().string() + "-wal");
   // Room for nothing more, for a part of a frame, and for a frame but not the whole commit.
   for (const rlim_t room : {0, 1000, 5000}) {
-    const FileSizeLimit limit(size + room);
+    const testing::FullDisk disk(size + room);
     EXPECT_FALSE(database_.execute(insertOf(20, 600).c_str()));
     EXPECT_EQ(found(), "1 600.0");
   }
@@ -149,7 +128,7 @@ TEST_F(LogGathering, EachSmallCommitAfterAFailureIsInTheFile) {
     run("DELETE FROM t");
     const auto logged = std::filesystem::file_size(file().string() + "-wal");
     {
-      const FileSizeLimit limit(isUsedBefore ? 20'000 : logged);
+      const testing::FullDisk disk(isUsedBefore ? 20'000 : logged);
       EXPECT_FALSE(database_.execute(insertOf(20, 1500).c_str()));
     }
     for (int rows = 1; rows <= 24; ++rows) {

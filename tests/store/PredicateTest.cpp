@@ -81,48 +81,34 @@ TEST_F(PredicateTest, SqlAndMemoryAgreeOnRandomRecordsAndConditions) {
 }
 
 TEST_F(PredicateTest, AbsentValuesEqualOnlyAbsentOnesAndHaveNoOrder) {
-  struct Case {
-    Comparison comparison;
-    Cell value;
-    std::string expected;  // of the events "n" without a category, "a" and "b" with that category
+  using enum Comparison;
+  const auto category = [](Comparison comparison, Cell value) {
+    return Predicate::compare(SNEvent::category.column, comparison, std::move(value));
   };
-  const Case cases[] = {
-      {Comparison::equal, Cell(), "n"},
-      {Comparison::notEqual, Cell(), "ab"},
-      {Comparison::equal, Cell(std::string("a")), "a"},
-      {Comparison::notEqual, Cell(std::string("a")), "nb"},
-      {Comparison::less, Cell(std::string("b")), "a"},
-      {Comparison::lessOrEqual, Cell(std::string("b")), "ab"},
-      {Comparison::greater, Cell(std::string("a")), "b"},
-      {Comparison::greaterOrEqual, Cell(std::string("a")), "ab"},
-      {Comparison::less, Cell(), ""},
-      {Comparison::greaterOrEqual, Cell(), ""},
+  // Of the events "n" without a category, "a" and "b" with that category.
+  const std::pair<Predicate, const char*> cases[] = {
+      {category(equal, Cell()), "n"},
+      {category(notEqual, Cell()), "ab"},
+      {category(notEqual, Cell("a")), "nb"},
+      {category(less, Cell("b")), "a"},
+      {category(lessOrEqual, Cell("b")), "ab"},
+      {category(greater, Cell("a")), "b"},
+      {category(greaterOrEqual, Cell("a")), "ab"},
+      {category(less, Cell()), ""},
+      {category(greaterOrEqual, Cell()), ""},
+      // An empty condition is neutral in a conjunction and holds in a disjunction.
+      {Predicate() && SNEvent::action == "a", "a"},
+      {SNEvent::action == "a" || Predicate(), "nab"},
+      {!Predicate(), ""},
   };
   addEvent("n");
-  for (const char* category : {"a", "b"}) {
-    const auto event = addEvent(category);
-    run([&] { event->set(SNEvent::category, category); });
+  for (const char* name : {"a", "b"}) {
+    const auto event = addEvent(name);
+    run([&] { event->set(SNEvent::category, name); });
   }
-  for (const bool isSaved : {false, true}) {
-    if (isSaved) {
-      ASSERT_TRUE(save());
-    }
-    for (const Case& each : cases) {
-      const Predicate predicate = Predicate::compare(SNEvent::category.column, each.comparison, each.value);
-      EXPECT_EQ(fetched(predicate), each.expected)
-          << static_cast<int>(each.comparison) << (isSaved ? " saved" : " unsaved");
-    }
-  }
-}
-
-TEST_F(PredicateTest, EmptyConditionIsNeutralInAConjunctionAndHoldsInADisjunction) {
-  addEvent("a");
-  addEvent("b");
-  EXPECT_EQ(fetched(Predicate() && SNEvent::action == "a"), "a");
-  EXPECT_EQ(fetched(SNEvent::action == "a" || Predicate()), "ab");
-  EXPECT_EQ(fetched(!Predicate()), "");
+  for (const auto& [predicate, expected] : cases) EXPECT_EQ(fetched(predicate), expected) << "unsaved";
   ASSERT_TRUE(save());
-  EXPECT_EQ(fetched(!Predicate()), "");
+  for (const auto& [predicate, expected] : cases) EXPECT_EQ(fetched(predicate), expected) << "saved";
 }
 
 }  // namespace sorn::store

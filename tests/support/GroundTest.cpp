@@ -7,7 +7,6 @@
 
 #include "sorn/NotificationCenter.h"
 #include "sorn/SornError.h"
-#include "sorn/platform/HttpTransport.h"
 #include "support/Calendar.h"
 #include "support/Fault.h"
 
@@ -73,31 +72,15 @@ TEST(NotificationCenter, ObserversMayComeAndGoDuringAPost) {
   EXPECT_EQ(calls, (std::vector<int>{1, 3}));
 }
 
-TEST(HttpResponse, FindsTheLastHeaderWhateverItsCase) {
-  const platform::HttpResponse response{200, {{"ETag", "old"}, {"etag", "new"}, {"X-Etag", "x"}}, {}};
-  EXPECT_EQ(response.header("ETAG"), "new");
-  EXPECT_FALSE(response.header("Tag"));
-}
-
 TEST(FaultDeathTest, SaysWhatWasExpectedAndAborts) {
   EXPECT_EXIT(support::fault("an identifier"), testing::KilledBySignal(SIGABRT),
               "^Fatal error: an identifier\n");
 }
 
 // Moments by: TZ=Europe/Berlin date -d '2024-03-30 12:00' +%s
-class CalendarTest : public testing::Test {
- protected:
-  CalendarTest() {
-    setenv("TZ", "Europe/Berlin", 1);
-    tzset();
-  }
-  ~CalendarTest() override {
-    unsetenv("TZ");
-    tzset();
-  }
-};
-
-TEST_F(CalendarTest, DaysFollowTheClockOnTheWall) {
+TEST(Calendar, DaysFollowTheClockOnTheWall) {
+  setenv("TZ", "Europe/Berlin", 1);
+  tzset();
   constexpr double hour = 3600;
   constexpr double summer = 1711796400;  // 2024-03-30 12:00, the day before the clocks go forward
   constexpr double winter = 1729936800;  // 2024-10-26 12:00, the day before they go back
@@ -127,6 +110,8 @@ TEST_F(CalendarTest, DaysFollowTheClockOnTheWall) {
               one.days)
         << one.from << " + " << one.elapsed;
   }
+  unsetenv("TZ");
+  tzset();
 }
 
 }  // namespace

@@ -30,10 +30,6 @@ class LoggerTest : public testing::Test {
     unsetenv("SNSORN_FORCE_LOGGING");
     unsetenv("SNSORN_FORCE_PRINT_STATEMENTS");
   }
-  ~LoggerTest() override {
-    unsetenv("SNSORN_FORCE_LOGGING");
-    unsetenv("SNSORN_FORCE_PRINT_STATEMENTS");
-  }
   static std::string place(std::uint_least32_t line) {
     return "[LoggerTest.cpp:" + std::to_string(line) + "] ";
   }
@@ -55,15 +51,6 @@ TEST_F(LoggerTest, SilentLinesAreNotEvenFormatted) {
   EXPECT_TRUE(systemLog_->lines.empty());
 }
 
-TEST_F(LoggerTest, ForcedErrorsAreWrittenWithoutAnySwitch) {
-  logger_.log(SornError::emptyExtraKey(""), Forced::yes);
-  const auto line = std::source_location::current().line() - 1;
-  logger_.flush();
-  ASSERT_EQ(systemLog_->lines.size(), 1u);
-  EXPECT_EQ(systemLog_->lines[0].first, SystemLogType::error);
-  EXPECT_EQ(systemLog_->lines[0].second, place(line) + "\u26D4\uFE0F [SORN] Key '' is empty");
-}
-
 TEST_F(LoggerTest, TheSecondSwitchSendsLinesToStandardOutput) {
   setenv("SNSORN_FORCE_PRINT_STATEMENTS", "", 1);  // its presence counts, not its value
   testing::internal::CaptureStdout();
@@ -75,6 +62,12 @@ TEST_F(LoggerTest, TheSecondSwitchSendsLinesToStandardOutput) {
 }
 
 TEST_F(LoggerTest, LevelsHaveTheirMarkAndType) {
+  logger_.log(SornError::emptyExtraKey(""), Forced::yes);  // needs no switch
+  const auto forcedLine = std::source_location::current().line() - 1;
+  logger_.flush();
+  ASSERT_EQ(systemLog_->lines.size(), 1u);
+  EXPECT_EQ(systemLog_->lines[0].first, SystemLogType::error);
+  EXPECT_EQ(systemLog_->lines[0].second, place(forcedLine) + "\u26D4\uFE0F [SORN] Key '' is empty");
   setenv("SNSORN_FORCE_LOGGING", "", 1);
   const std::tuple<LogLevel, SystemLogType, std::string> cases[] = {
       {LogLevel::error, SystemLogType::error, "\u26D4\uFE0F"},
@@ -84,7 +77,7 @@ TEST_F(LoggerTest, LevelsHaveTheirMarkAndType) {
       {LogLevel::timer, SystemLogType::standard, "\U0010042B"},
       {LogLevel::appEvent, SystemLogType::standard, "\U0001F4F1"},
   };
-  std::size_t written = 0;
+  std::size_t written = 1;
   for (const auto& [level, type, mark] : cases) {
     logger_.log(level, "text");
     const auto line = std::source_location::current().line() - 1;
@@ -107,7 +100,7 @@ class HangingLog : public platform::SystemLog {
   std::shared_future<void> mayGoOn = goOn.get_future().share();
 };
 
-TEST(ForcedLines, AreThereForAHostThatEndsRightAfterThem) {
+TEST_F(LoggerTest, ForcedLinesAreThereForAHostThatEndsRightAfterThem) {
   const auto log = std::make_shared<HangingLog>();
   log->goOn.set_value();
   Logger logger(log);
@@ -121,7 +114,7 @@ TEST(ForcedLines, AreThereForAHostThatEndsRightAfterThem) {
   EXPECT_GE(inTime, 45);
 }
 
-TEST(ForcedLines, DoNotHangWithTheLog) {
+TEST_F(LoggerTest, ForcedLinesDoNotHangWithTheLog) {
   const auto log = std::make_shared<HangingLog>();
   Logger logger(log);
   const auto start = std::chrono::steady_clock::now();
