@@ -33,7 +33,7 @@ enum class Kind { null, boolean, integer, number, decimal, text, array, object }
 
 // The outcome of a strict read. `null` is a null where a value was wanted; `mismatch` a value of another
 // type; `corrupt` a number that the type cannot hold.
-enum class ReadStatus { ok, missing, null, mismatch, corrupt };
+enum class ReadStatus { ok, null, mismatch, corrupt };
 
 // One value of a document, as cheap to copy as a pointer; it must not outlive its document. Every object
 // keeps its members in the order of the text; of members with the same key the first one counts.
