@@ -13,9 +13,7 @@ TEST(Source, TakesAndRefusesWhatTheLibrarysReaderDoes) {
   const std::string texts[] = {
       "", "   ", "5", "\"a\"", "null", "[]", "{}", " \t\r\n[ ]\n", "[] []", "[1]]", "[1]}", "[}", "{]",
       // A byte order mark.
-      "\xEF\xBB\xBF[]", "\xEF\xBB[]", "\xEF\xBB\xBF\xEF\xBB\xBF[]",
-      "[\xEF\xBB\xBF"
-      "1]",
+      "\xEF\xBB\xBF[]", "\xEF\xBB[]", "\xEF\xBB\xBF\xEF\xBB\xBF[]", "[\xEF\xBB\xBF-1]",
       "[1,\xEF\xBB\xBFtrue]",
       // Commas and colons.
       "[1,]", "[1,,]", "[,1]", "[[],]", "[\"\",]", "[1 ,\n ]", "{\"a\":1,}", "{,}", "{\"a\":,}", "{\"a\"}",

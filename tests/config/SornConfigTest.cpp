@@ -57,8 +57,10 @@ class SornConfig : public ::testing::Test {
 TEST_F(SornConfig, WritesWhatOtherProgramsRead) {
   const std::pair<std::string, std::string> forms[] = {{"production", ""}, {"development", " --binary"}};
   for (const auto& [mode, form] : forms) {
-    const Outcome run = tool("--key 'k\u00e9y 1' --secret s3cret --environment https://api.example --mode " +
-                             mode + " --out out.plist" + form);
+    std::string command =
+        "--key 'k\u00e9y 1' --secret s3cret --environment https://api.example --out out.plist";
+    command.append(" --mode ").append(mode).append(form);
+    const Outcome run = tool(command);
     ASSERT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output + run.errors, "");
     EXPECT_EQ(folder_.read("out.plist").starts_with("bplist00"), !form.empty());

@@ -137,7 +137,7 @@ TEST(CurlTransport, NamesTheKindOfFailure) {
     ScriptedServer::Script script;
     int code;
   };
-  const auto sendAndClose = [](std::string bytes) {
+  const auto sendAndClose = [](const std::string& bytes) {
     return [bytes](const Request&, Connection& c) {
       c.send(bytes);
       c.close();

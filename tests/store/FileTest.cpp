@@ -68,7 +68,7 @@ struct Unusable {
 };
 
 // The bytes alone, what these statements make of an empty database, and what they make of a store.
-auto bytes(std::string text) {
+auto bytes(const std::string& text) {
   return [text](const auto& file) { std::ofstream(file, std::ios::binary) << text; };
 }
 auto foreign(const char* sql) {

@@ -94,11 +94,12 @@ TEST(NamePatterns, ExtraKeysTakeTheWordCharactersOfAllOfUnicode) {
 
 TEST(NamePatterns, LengthsEndAtTheirBounds) {
   const std::string fifty(50, 'a');
+  const std::string fiftyOne = fifty + "a";
   for (const std::string& name : {"AB"s, "\U0001F600" + fifty, "A++"s})
     EXPECT_TRUE(isEventName(name)) << name;
-  for (const std::string& name : {"A"s, "A" + fifty + "a", "AB\n"s}) EXPECT_FALSE(isEventName(name)) << name;
+  for (const std::string& name : {"A"s, "A" + fiftyOne, "AB\n"s}) EXPECT_FALSE(isEventName(name)) << name;
   EXPECT_TRUE(isScreenName(fifty + "." + fifty + ".+x y"));
-  for (const std::string& name : {""s, ".a"s, "a."s, fifty + "a." + fifty, "a." + fifty + "a"}) {
+  for (const std::string& name : {""s, ".a"s, "a."s, fiftyOne + ".a", "a." + fiftyOne}) {
     EXPECT_FALSE(isScreenName(name)) << name;
   }
 }
