@@ -81,24 +81,4 @@ TEST_F(EndToEnd, ConfigurationOfTheServiceHoldsInTheNextRun) {
   EXPECT_TRUE(emulator_.waitForEvents(3, 10s));
 }
 
-TEST_F(EndToEnd, AccountWithoutUsageReportsRefusesFromTheAnswerOn) {
-  emulator_.setConfiguration(R"({"features":{"push":true,"report_usage":false},
-                                 "events_options":{"batch_timeout":5,"batch_size":3}})");
-  start();
-  EXPECT_THROW(library_->sorn().logEventWith("Category", "Action"), SornError);
-  start();
-  EXPECT_THROW(library_->sorn().logScreenWithName("screen"), SornError);
-}
-
-TEST_F(EndToEnd, EventsOfARunWithoutAServiceArriveInALaterRun) {
-  emulator_.stop();
-  start().sorn().logEventWith("Category", "offline");
-  emulator_.start();
-  start();
-  host_.clock->advance(10);
-  ASSERT_TRUE(emulator_.waitForEvents(2, 10s));
-  settle();
-  EXPECT_EQ(emulator_.eventCount(), 2u);
-}
-
 }  // namespace sorn::facade

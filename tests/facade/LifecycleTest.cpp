@@ -125,15 +125,12 @@ TEST_F(LifecycleTest, EachHookButTheEmptyOneHasItsLine) {
       {&Sorn::applicationBackgroundRefreshStatusDidChange,
        "Application -> Background Refresh Status Changed"},
   };
-  std::size_t count = 0;
   for (const auto& [which, line] : hooks) {
     hook(which);
     EXPECT_EQ(logged(line), 1u) << line;
-    EXPECT_EQ(logged("Application -> "), ++count);
   }
   hook(&Sorn::userDefaultsDidChange);
-  EXPECT_EQ(logged("Application -> "), count);
-  EXPECT_EQ(logged("Registering for system events..."), 1u);
+  EXPECT_EQ(logged("Application -> "), std::size(hooks));
 }
 
 TEST(LifecycleDeathTest, HookThatNeedsTheStoreBeforeAnyStartEndsTheProcess) {

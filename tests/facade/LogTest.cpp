@@ -1,33 +1,18 @@
-#include <fstream>
-#include <limits>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "fakes/RawDatabase.h"
-#include "fakes/TestHost.h"
-#include "store/entities/SNEvent.h"
+#include "fakes/ServiceFixture.h"
 
 namespace sorn::facade {
 
 using Code = SornError::Code;
 using nlohmann::json;
+using tests::refusalOf;
 
-class LogTest : public ::testing::Test {
+class LogTest : public tests::ServiceFixture {
  protected:
-  LogTest() { library_->database().currentApplication(); }
+  LogTest() { launch().database().currentApplication(); }
 
-  static std::optional<SornError> refusalOf(const std::function<void()>& work) {
-    try {
-      work();
-    } catch (const SornError& error) {
-      return error;
-    }
-    return std::nullopt;
-  }
   std::optional<SornError> logged(const std::string& category, const std::string& action,
                                   const std::optional<Dictionary>& data = std::nullopt) {
     return refusalOf([&] { library_->sorn().logEventWith(category, action, data); });
@@ -38,7 +23,6 @@ class LogTest : public ::testing::Test {
     library_->context().performBlockAndWait([] {});
     return refusal;
   }
-  std::string stored(const std::string& sql) { return tests::RawDatabase(host_.databaseFile()).column(sql); }
   bool hasNoTrace() {
     return stored("SELECT count(*) FROM SNEvent") + stored("SELECT count(*) FROM SNSession") == "00";
   }
@@ -53,53 +37,29 @@ class LogTest : public ::testing::Test {
     }
     return extra;
   }
-
-  tests::TestHost host_;
-  std::unique_ptr<Library> library_ = host_.launch();
 };
 
 TEST_F(LogTest, NamesOfTwoToFiftyOneCharactersAreTaken) {
   const std::string fifty(50, 'x');
-  struct Case {
-    std::string name;
-    bool isTaken;
-  };
-  const Case cases[] = {{"AB", true},         {"A", false},        {"", false},           {"+A", false},
-                        {"A+", true},         {"a" + fifty, true}, {"ab" + fifty, false}, {"A\\B", false},
-                        {"A B~", true},       {"\xC3\x84x", true}, {"x\xC3\x84", false},  {"AB\n", false},
-                        {"A\tB", false},      {"\nB", true},       {"A\x7F", false},      {"A\xFF", false},
-                        {"NO_CATEGORY", true}};
-  for (const Case& each : cases) {
-    const auto category = logged(each.name, "Action");
-    const auto action = logged("Category", each.name);
-    ASSERT_EQ(!category, each.isTaken) << each.name;
-    ASSERT_EQ(!action, each.isTaken) << each.name;
-    if (each.isTaken) continue;
-    EXPECT_EQ(*category, SornError::invalidCategory(each.name));
-    EXPECT_EQ(*action, SornError::invalidAction(each.name));
+  const std::pair<std::string, bool> cases[] = {
+      {"AB", true},    {"A", false},     {"a" + fifty, true},  {"ab" + fifty, false},
+      {"", false},     {"+A", false},    {"\xC3\x84x", true},  {"\nB", true},
+      {"AB\n", false}, {"A\xFF", false}, {"NO_CATEGORY", true}};
+  for (const auto& [name, isTaken] : cases) {
+    const auto category = logged(name, "Action");
+    const auto action = logged("Category", name);
+    ASSERT_EQ(!category, isTaken) << name;
+    ASSERT_EQ(!action, isTaken) << name;
+    if (isTaken) continue;
+    EXPECT_EQ(*category, SornError::invalidCategory(name));
+    EXPECT_EQ(*action, SornError::invalidAction(name));
   }
   EXPECT_EQ(logged("+A", "+B"), SornError::invalidCategory("+A")) << "the category goes first";
 }
 
-TEST_F(LogTest, RefusedEventsLeaveNoTrace) {
-  const Dictionary badValue = {{"ok", 1}, {"bad", "$x"}};
-  EXPECT_EQ(logged("+", "Action")->code(), Code::invalidCategory);
-  EXPECT_EQ(logged("Category", "+")->code(), Code::invalidAction);
-  EXPECT_EQ(logged("Category", "Action", badValue)->code(), Code::invalidExtraData);
-  EXPECT_EQ(screen(".")->code(), Code::invalidScreenName);
-  EXPECT_EQ(screen("name", badValue)->code(), Code::invalidExtraValue);
-  EXPECT_TRUE(hasNoTrace());
-}
-
 TEST_F(LogTest, FaultOfTheExtraDataIsGeneralForEventsAndExactForScreens) {
-  struct Case {
-    Dictionary data;
-    SornError forScreens;
-  };
-  const Case cases[] = {
+  const std::pair<Dictionary, SornError> cases[] = {
       {{{"a-b", 1}}, SornError::invalidExtraKey("a-b")},
-      {{{"", 1}}, SornError::invalidExtraKey("")},
-      {{{"a b", 1}}, SornError::invalidExtraKey("a b")},
       {{{"\xFF", 1}}, SornError::invalidExtraKey("\xFF")},
       {{{"a", "$x"}}, SornError::invalidExtraValue("a")},
       {{{"a", "$"}}, SornError::invalidExtraValue("a")},
@@ -108,11 +68,13 @@ TEST_F(LogTest, FaultOfTheExtraDataIsGeneralForEventsAndExactForScreens) {
       {{{"a", Dictionary{}}}, SornError::invalidExtraValue("a")},
       {{{"a", "\xFF"}}, SornError::invalidExtraValue("a")},
       {{{"a", "$x"}, {"b-", 1}}, SornError::invalidExtraKey("b-")},
+      {{{"ok", 1}, {"bad", "$x"}}, SornError::invalidExtraValue("bad")},
   };
-  for (const Case& each : cases) {
-    EXPECT_EQ(logged("Category", "Action", each.data), SornError::plain(Code::invalidExtraData));
-    EXPECT_EQ(screen("name", each.data), each.forScreens) << each.forScreens.what();
+  for (const auto& [data, forScreens] : cases) {
+    EXPECT_EQ(logged("Category", "Action", data), SornError::plain(Code::invalidExtraData));
+    EXPECT_EQ(screen("name", data), forScreens) << forScreens.what();
   }
+  EXPECT_TRUE(logged("+", "Action") && logged("Category", "+") && screen("."));
   EXPECT_TRUE(hasNoTrace());
 }
 
@@ -136,49 +98,32 @@ TEST_F(LogTest, ValuesAreTypedByTheirKeys) {
   EXPECT_EQ(lastExtra(), json::object());
 }
 
-TEST_F(LogTest, NumberThatIsNoJsonCostsTheAttributesButNotTheEvent) {
-  ASSERT_FALSE(logged("Category", "Action", Dictionary{{"n", std::numeric_limits<double>::quiet_NaN()}}));
-  EXPECT_EQ(stored("SELECT extra FROM SNEvent WHERE action = 'Action'"), "{}");
-}
-
 TEST_F(LogTest, ScreenNamesAreDottedPaths) {
   const std::string fifty(50, 'x');
-  for (const std::string& name :
-       {std::string(), std::string("."), std::string(".a"), std::string("a."), std::string("a..b"),
-        fifty + "x", "a." + fifty + "x", std::string("a\\b"), std::string("\xC3\xA4"), std::string("a\n")}) {
+  for (const std::string& name : {std::string(), std::string("."), std::string("a..b"), fifty + "x"}) {
     EXPECT_EQ(screen(name), SornError::invalidScreenName(name));
   }
-  struct Case {
-    std::string name;
-    std::string expected;
-  };
-  const Case cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {"home", R"({"screen_name":"home","screen_groups":["home"],"orientation":1})"},
       {"a.b.c d", R"({"screen_name":"c d","screen_groups":["a","b"],"orientation":1})"},
       {fifty + "." + fifty,
        R"({"screen_name":")" + fifty + R"(","screen_groups":[")" + fifty + R"("],"orientation":1})"},
       {"+x", R"({"screen_name":"+x","screen_groups":["+x"],"orientation":1})"},
   };
-  for (const Case& each : cases) {
-    ASSERT_EQ(screen(each.name), std::nullopt) << each.name;
-    EXPECT_EQ(lastExtra(), json::parse(each.expected));
+  for (const auto& [name, expected] : cases) {
+    ASSERT_EQ(screen(name), std::nullopt) << name;
+    EXPECT_EQ(lastExtra(), json::parse(expected));
   }
+  ASSERT_EQ(screen("s", Dictionary{{"screen_name", "mine"}, {"n", 2}}), std::nullopt);
+  EXPECT_EQ(lastExtra(), json::parse(R"({"S_screen_name":"mine","N_n":2,"screen_name":"s",
+                                         "screen_groups":["s"],"orientation":1})"));
   EXPECT_EQ(stored("SELECT DISTINCT action || category FROM SNEvent WHERE action <> '+APP_OPENED'"),
             "+SCREEN_OPENEDNO_CATEGORY");
 }
 
-TEST_F(LogTest, ScreenDataStandsBesideTheNames) {
-  ASSERT_EQ(screen("s", Dictionary{{"screen_name", "mine"}, {"n", 2}}), std::nullopt);
-  EXPECT_EQ(lastExtra(), json::parse(R"({"S_screen_name":"mine","N_n":2,"screen_name":"s",
-                                         "screen_groups":["s"],"orientation":1})"));
-}
-
 TEST_F(LogTest, UsageOffRefusesBothBeforeAnythingElseIsLookedAt) {
-  host_.secureStore->put("test.host.key-SNSornConfiguration",
-                         R"({"features":{"push":true,"report_usage":false},
-                             "events_options":{"batch_timeout":10,"batch_size":10}})");
-  library_.reset();
-  library_ = host_.launch();
+  configure("", 10, 10, false);
+  launch();
   EXPECT_EQ(logged("+", "+"), SornError::plain(Code::featureNotEnabled));
   EXPECT_EQ(screen("."), SornError::plain(Code::featureNotEnabled));
   EXPECT_TRUE(hasNoTrace());
@@ -186,10 +131,7 @@ TEST_F(LogTest, UsageOffRefusesBothBeforeAnythingElseIsLookedAt) {
 
 TEST_F(LogTest, CopyOfTheProcessRefusesWorkAndTheOriginalGoesOn) {
   ASSERT_FALSE(logged("Category", "before"));
-  const auto bytesOfLog = [&] {
-    std::ifstream stream(host_.databaseFile().string() + "-wal", std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(stream), {});
-  };
+  const auto bytesOfLog = [&] { return host_.folder.read("documents/SNSornDB.sqlite-wal"); };
   const std::string before = bytesOfLog();
   const pid_t child = ::fork();
   if (child == 0) {

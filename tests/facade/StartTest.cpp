@@ -9,7 +9,7 @@ namespace sorn::facade {
 namespace {
 
 using Code = SornError::Code;
-using Entries = std::vector<std::pair<std::string, std::string>>;
+using Entries = std::map<std::string, std::optional<std::string>>;
 
 // printf TEXT | openssl enc -des-cbc -provider legacy -provider default -K C7F2A91E04D3B868
 //     -iv 3A5C09E7B1D264F0 | base64
@@ -23,36 +23,22 @@ constexpr const char* keyAfterBlanks = "JYp//BiOAi0=";  // two spaces, "key"
 constexpr const char* noText = "X6FQbJBHbcA=";          // the bytes ff fe
 constexpr const char* nothing = "BvezhuTHcGY=";         // padding alone
 
-std::string list(const std::string& inside) {
-  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\">" + inside + "</plist>";
-}
-// The usual entries, with some replaced; an empty name leaves out the usual entry of the value.
-std::string configuration(const Entries& replaced = {}, const std::string& more = "") {
-  std::map<std::string, std::string> values = {{"application_key", key},
-                                               {"application_secret", secret},
-                                               {"mode", "development"},
-                                               {"environment", environment}};
-  for (const auto& [name, value] : replaced) {
-    if (name.empty()) {
-      values.erase(value);
-    } else {
-      values[name] = value;
-    }
-  }
+// The usual entries, with some replaced or left out.
+std::string configuration(Entries entries = {}) {
+  entries.merge(Entries{{"application_key", key},
+                        {"application_secret", secret},
+                        {"mode", "development"},
+                        {"environment", environment}});
   std::string inside;
-  for (const auto& [name, value] : values) {
-    inside.append("<key>").append(name).append("</key><string>").append(value).append("</string>");
+  for (const auto& [name, value] : entries) {
+    if (value) inside.append("<key>" + name + "</key><string>" + *value + "</string>");
   }
-  return list("<dict>" + inside + more + "</dict>");
+  return "<plist><dict>" + inside + "</dict></plist>";
 }
 
 std::optional<Code> refusalOf(Library& library, const std::string& file) {
-  try {
-    library.sorn().start(file);
-  } catch (const SornError& error) {
-    return error.code();
-  }
-  return std::nullopt;
+  const auto error = tests::refusalOf([&] { library.sorn().start(file); });
+  return error ? std::optional(error->code()) : std::nullopt;
 }
 
 std::optional<std::string> lastStart(const tests::TestHost& host) {
@@ -63,31 +49,19 @@ std::optional<std::string> lastStart(const tests::TestHost& host) {
 
 void settle(Library& library) { Diagnostics(library.sorn()).waitUntilIdle(); }
 
-struct Refused {
-  std::string content;
-  Code code;
-};
-
 }  // namespace
 
 TEST(Start, RefusesEachUnusableFileByTheFirstThingWrongAndLeavesNoTrace) {
   const std::string good = configuration();
-  const Refused cases[] = {
+  const std::pair<std::string, Code> cases[] = {
       {"", Code::invalidConfigurationFile},
-      {std::string(3000, '\x7F'), Code::invalidConfigurationFile},
-      {"bplist00" + std::string(40, '\xFF'), Code::invalidConfigurationFile},
       {good.substr(0, good.size() / 2), Code::invalidConfigurationFile},
-      {list("<array/>"), Code::invalidConfigurationFile},
-      {list("<string>x</string>"), Code::invalidConfigurationFile},
-      {configuration({}, "<key>n</key><integer>1</integer>"), Code::invalidConfigurationFile},
-      {configuration({}, "<key>n</key><dict/>"), Code::invalidConfigurationFile},
-      {configuration({}, "<key>n</key><true/>"), Code::invalidConfigurationFile},
       {good + std::string(2'000'000, ' '), Code::invalidConfigurationFile},
-      {list("<dict/>"), Code::invalidConfigurationArguments},
-      {configuration({{"", "application_key"}}), Code::invalidConfigurationArguments},
-      {configuration({{"", "application_secret"}}), Code::invalidConfigurationArguments},
-      {configuration({{"", "mode"}}), Code::invalidConfigurationArguments},
-      {configuration({{"", "environment"}, {"mode", "x"}}), Code::invalidConfigurationArguments},
+      {"<plist><dict/></plist>", Code::invalidConfigurationArguments},
+      {configuration({{"application_key", std::nullopt}}), Code::invalidConfigurationArguments},
+      {configuration({{"application_secret", std::nullopt}}), Code::invalidConfigurationArguments},
+      {configuration({{"mode", std::nullopt}}), Code::invalidConfigurationArguments},
+      {configuration({{"environment", std::nullopt}, {"mode", "x"}}), Code::invalidConfigurationArguments},
       {configuration({{"mode", "Development"}}), Code::undefinedMode},
       {configuration({{"mode", ""}, {"application_key", "*"}}), Code::undefinedMode},
       {configuration({{"application_key", "*"}, {"application_secret", "*"}}), Code::invalidAppKey},
@@ -95,25 +69,22 @@ TEST(Start, RefusesEachUnusableFileByTheFirstThingWrongAndLeavesNoTrace) {
       {configuration({{"application_key", blanks}}), Code::invalidAppKey},
       {configuration({{"application_key", noText}}), Code::invalidAppKey},
       {configuration({{"application_key", nothing}}), Code::invalidAppKey},
-      {configuration({{"application_key", std::string(key) + "\n"}}), Code::invalidAppKey},
       {configuration({{"application_secret", blanks}, {"environment", "*"}}), Code::invalidAppSecret},
       {configuration({{"application_secret", noText}}), Code::invalidAppSecret},
       {configuration({{"environment", blanks}}), Code::invalidEnvironment},
-      {configuration({{"environment", "%%%"}}), Code::invalidEnvironment},
   };
-  for (const Refused& each : cases) {
+  for (const auto& [content, code] : cases) {
     tests::TestHost host;
-    host.folder.write("c.plist", each.content);
+    host.folder.write("c.plist", content);
     const auto library = host.install();
-    EXPECT_EQ(refusalOf(*library, "c"), each.code) << each.content.substr(0, 400);
+    EXPECT_EQ(refusalOf(*library, "c"), code) << content.substr(0, 400);
     EXPECT_EQ(library->account().credentials(), nullptr);
     EXPECT_EQ(lastStart(host), std::nullopt);
     EXPECT_FALSE(std::filesystem::exists(host.databaseFile()));
     EXPECT_FALSE(library->state().didStart);
     library->logger().flush();
     ASSERT_EQ(host.log->lines().size(), 1u) << "a refusal is always told";
-    EXPECT_THAT(host.log->lines()[0],
-                ::testing::HasSubstr(SornError::plain(each.code).localizedDescription()));
+    EXPECT_THAT(host.log->lines()[0], ::testing::HasSubstr(SornError::plain(code).localizedDescription()));
   }
 }
 

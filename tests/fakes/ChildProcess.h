@@ -1,8 +1,10 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -47,13 +49,32 @@ class ChildProcess {
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  // The next line without its end; empty at the end of the output.
-  std::string readLine() {
-    std::string line;
-    char byte = 0;
-    while (::read(output_, &byte, 1) == 1 && byte != '\n') line += byte;
+  pid_t process() const { return process_; }
+
+  // False once it no longer reads; SIGPIPE has to be ignored then.
+  bool send(std::string_view text) {
+    while (!text.empty()) {
+      const ssize_t written = ::write(input_, text.data(), text.size());
+      if (written <= 0) return false;
+      text.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+  }
+  // The next line without its end; absent at the end of the output, before which a cut line may stand.
+  std::optional<std::string> nextLine() {
+    std::size_t end = 0;
+    while ((end = unread_.find('\n')) == std::string::npos) {
+      char buffer[65536];
+      const ssize_t length = ::read(output_, buffer, sizeof buffer);
+      if (length <= 0) return std::nullopt;
+      unread_.append(buffer, static_cast<std::size_t>(length));
+    }
+    std::string line = unread_.substr(0, end);
+    unread_.erase(0, end + 1);
     return line;
   }
+  // The same, empty at the end.
+  std::string readLine() { return nextLine().value_or(""); }
   // Waits for its end, at most so long, and gives its exit status; less than 0 when a signal ended it or it
   // had to be killed.
   int wait(std::chrono::seconds longest = std::chrono::seconds(30)) {
@@ -80,6 +101,7 @@ class ChildProcess {
   pid_t process_ = -1;
   int input_ = -1;
   int output_ = -1;
+  std::string unread_;
 };
 
 }  // namespace sorn::tests

@@ -10,8 +10,6 @@ namespace sorn::tests {
 // Both clocks, moved by hand alone. Any thread.
 class FakeClock : public platform::Clock {
  public:
-  explicit FakeClock(double secondsSince1970 = 1'700'000'000) : wall_(secondsSince1970) {}
-
   Date now() const override {
     const std::lock_guard lock(mutex_);
     return dateSince1970(wall_);
@@ -51,7 +49,7 @@ class FakeClock : public platform::Clock {
   }
 
   mutable std::mutex mutex_;
-  double wall_;
+  double wall_ = 1'700'000'000;
   double monotonic_ = 1000;
   std::function<void()> moved_;
 };

@@ -46,11 +46,10 @@ class FakeDeviceFacts : public platform::DeviceFacts {
 
 class FakeApplication : public platform::Application {
  public:
-  int orientationFact = 1;
   bool expiresAtOnce = false;
 
   int backgroundRefreshStatus() const override { return 2; }
-  int orientation() const override { return orientationFact; }
+  int orientation() const override { return 1; }
   BackgroundTask beginBackgroundTask(std::string_view name, std::function<void()> expired) override {
     BackgroundTask task = invalidBackgroundTask;
     {

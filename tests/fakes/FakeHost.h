@@ -81,15 +81,17 @@ class FakeSecureStore : public platform::SecureStore {
   std::atomic<Status> addStatus = success;
   std::atomic<Status> readStatus = success;
 
+  // What hold the store up, as a slow disk does.
+  std::function<void()> beforeAdd;
+  std::function<void()> afterRead;
+
   ReadResult read(std::string_view service) const override {
-    const std::lock_guard lock(mutex_);
-    ++reads_;
-    if (readStatus != success) return {readStatus, std::nullopt};
-    const auto found = items_.find(std::string(service));
-    if (found == items_.end()) return {itemNotFound, std::nullopt};
-    return {success, found->second};
+    ReadResult result = find(service);
+    if (const auto action = afterRead) action();
+    return result;
   }
   Status add(std::string_view service, std::string_view bytes) override {
+    if (beforeAdd) beforeAdd();
     const std::lock_guard lock(mutex_);
     if (addStatus != success) return addStatus;
     return items_.emplace(service, bytes).second ? success : duplicateItem;
@@ -113,6 +115,15 @@ class FakeSecureStore : public platform::SecureStore {
   }
 
  private:
+  ReadResult find(std::string_view service) const {
+    const std::lock_guard lock(mutex_);
+    ++reads_;
+    if (readStatus != success) return {readStatus, std::nullopt};
+    const auto found = items_.find(std::string(service));
+    if (found == items_.end()) return {itemNotFound, std::nullopt};
+    return {success, found->second};
+  }
+
   mutable std::mutex mutex_;
   mutable int reads_ = 0;
   std::map<std::string, std::string> items_;

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <future>
-#include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,24 +30,28 @@ class ServiceFixture : public ::testing::Test {
                        config::configurationText({"key", "secret", "development", "http://service.test:8080"},
                                                  support::PropertyListForm::binary));
     configure("");
+    respond(TestHost::reportPath, answer(200));
   }
   ~ServiceFixture() override {
     library_.reset();
     ::unsetenv("SNSORN_FORCE_LOGGING");
   }
 
-  // The account's configuration from the next run on; batches are too large and too rare to come unasked.
-  void configure(const std::string& moreFeatures) {
+  // The account's configuration from the next run on; unless told otherwise, batches are too large and too
+  // rare to come unasked.
+  void configure(const std::string& moreFeatures, int batchSize = 1000, int batchTimeout = 100'000,
+                 bool reportsUsage = true) {
+    const nlohmann::json options = {{"batch_timeout", batchTimeout}, {"batch_size", batchSize}};
     host_.secureStore->put("test.host.key-SNSornConfiguration",
-                           R"({"features":{"push":true,"report_usage":true)" + moreFeatures +
-                               R"(},"events_options":{"batch_timeout":100000,"batch_size":1000}})");
+                           std::string(R"({"features":{"push":true,"report_usage":)") +
+                               (reportsUsage ? "true" : "false") + moreFeatures + R"(},"events_options":)" +
+                               options.dump() + "}");
   }
 
   // A new process that has its account, but has not been started.
   facade::Library& launch() {
     library_.reset();
     library_ = host_.launch();
-    listen();
     library_->database();
     library_->context().performBlockAndWait([] {});  // the store is open
     return *library_;
@@ -58,7 +60,6 @@ class ServiceFixture : public ::testing::Test {
   facade::Library& start() {
     library_.reset();
     library_ = host_.install();
-    listen();
     // The main queue sets it too, but whether before or after the device is compared is open.
     library_->device().setBackgroundRefreshStatus(host_.application->backgroundRefreshStatus());
     library_->sorn().start("c");
@@ -70,24 +71,18 @@ class ServiceFixture : public ::testing::Test {
 
   // How calls whose path ends like this are answered from now on; without a result they wait.
   void respond(const std::string& path, std::optional<Result> result) {
-    const std::lock_guard lock(mutex_);
-    answers_[path] = std::move(result);
+    host_.respond(path, std::move(result));
   }
   void hold(const std::string& path) { respond(path, std::nullopt); }
   // Answers the newest call of the path that waits.
   void answerCall(std::string_view path, const Result& result) {
-    const auto requests = host_.transport->requests();
-    for (std::size_t number = requests.size(); number > 0; --number) {
-      if (!requests[number - 1].url.ends_with(path)) continue;
-      if (!host_.transport->answer(number, result)) continue;
-      settle();
-      return;
-    }
-    FAIL() << "no call waits: " << path;
+    ASSERT_TRUE(host_.answerCall(path, result)) << "no call waits: " << path;
+    settle();
   }
 
   // The paths of all calls to the service in this run, in order.
   std::vector<std::string> paths() const {
+    constexpr std::string_view base = "http://service.test:8080/endpoints/v2/";
     std::vector<std::string> paths;
     for (const platform::HttpRequest& request : host_.transport->requests()) {
       if (request.url.starts_with(base)) paths.push_back(request.url.substr(base.size()));
@@ -95,17 +90,15 @@ class ServiceFixture : public ::testing::Test {
     return paths;
   }
   // The bodies of the calls of this path in this run.
-  std::vector<nlohmann::json> calls(std::string_view path) const {
-    std::vector<nlohmann::json> bodies;
-    for (const platform::HttpRequest& request : host_.transport->requests()) {
-      if (!request.url.ends_with(path)) continue;
-      std::string text;
-      for (const std::string& piece : request.body.pieces) text += piece;
-      bodies.push_back(nlohmann::json::parse(text));
-    }
-    return bodies;
-  }
+  std::vector<nlohmann::json> calls(std::string_view path) const { return host_.calls(path); }
 
+  // So many minutes pass, each with all that it sets going.
+  void passMinutes(int count) {
+    for (int minute = 0; minute < count; ++minute) {
+      host_.clock->advance(60);
+      settle();
+    }
+  }
   // Everything that was set going has come to its end, but for the calls that wait for an answer.
   void settle() {
     for (int round = 0; round < 4; ++round) {
@@ -135,22 +128,6 @@ class ServiceFixture : public ::testing::Test {
 
   TestHost host_;
   std::unique_ptr<facade::Library> library_;
-
- private:
-  static constexpr std::string_view base = "http://service.test:8080/endpoints/v2/";
-
-  void listen() {
-    host_.transport->setHandler([this](const platform::HttpRequest& request) -> std::optional<Result> {
-      const std::lock_guard lock(mutex_);
-      for (const auto& [path, result] : answers_) {
-        if (request.url.ends_with(path)) return result;
-      }
-      return platform::HttpResponse{200, {}, "{}"};
-    });
-  }
-
-  std::mutex mutex_;
-  std::map<std::string, std::optional<Result>> answers_;  // by the end of the path
 };
 
 }  // namespace sorn::tests

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <map>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,11 +23,24 @@
 
 namespace sorn::tests {
 
+inline std::string textOf(const platform::HttpBody& body) {
+  std::string text;
+  for (const std::string& piece : body.pieces) text += piece;
+  return text;
+}
+
+inline platform::HttpTransport::Result answer(int status, std::string body = "{}") {
+  return platform::HttpResponse{status, {}, std::move(body)};
+}
+
 // A host application with fakes for its ports and a folder of its own, which outlives each run of the library
-// in it. Event reports wait for an answer from the test; every other call succeeds with an empty object.
+// in it. Event reports wait for an answer from the test; every other call succeeds with an empty object, as
+// long as the test says nothing else.
 class TestHost {
  public:
-  static constexpr std::string_view reportPath = "/events/report/json";
+  using Result = platform::HttpTransport::Result;
+
+  static constexpr const char* reportPath = "events/report/json";
 
   TestHost() {
     bundle->resources = folder.path();
@@ -38,11 +54,13 @@ class TestHost {
   // A library over this host's folder, which has not been started.
   std::unique_ptr<facade::Library> install() {
     transport = std::make_shared<FakeTransport>();
-    transport->setHandler(
-        [](const platform::HttpRequest& request) -> std::optional<platform::HttpTransport::Result> {
-          if (request.url.ends_with(reportPath)) return std::nullopt;
-          return platform::HttpResponse{200, {}, "{}"};
-        });
+    transport->setHandler([this](const platform::HttpRequest& request) -> std::optional<Result> {
+      const std::lock_guard lock(mutex_);
+      for (const auto& [path, result] : answers_) {
+        if (request.url.ends_with(path)) return result;
+      }
+      return answer(200);
+    });
     platform::Platform ports;
     ports.clock = clock;
     ports.mainQueue = std::make_shared<headless::MainQueueThread>();
@@ -64,26 +82,31 @@ class TestHost {
     return library;
   }
 
-  // The bodies of all event reports of the present run.
-  std::vector<nlohmann::json> reports() const {
+  // How calls whose path ends like this are answered from now on; without a result they wait.
+  void respond(const std::string& path, std::optional<Result> result) {
+    const std::lock_guard lock(mutex_);
+    answers_[path] = std::move(result);
+  }
+  // The bodies of the calls of this path in the present run.
+  std::vector<nlohmann::json> calls(std::string_view path) const {
     std::vector<nlohmann::json> bodies;
     for (const platform::HttpRequest& request : transport->requests()) {
-      if (!request.url.ends_with(reportPath)) continue;
-      std::string text;
-      for (const std::string& piece : request.body.pieces) text += piece;
-      bodies.push_back(nlohmann::json::parse(text));
+      if (!request.url.ends_with(path)) continue;
+      bodies.push_back(nlohmann::json::parse(textOf(request.body)));
     }
     return bodies;
   }
-  // Answers the newest event report, which must be open.
-  void answerReport(platform::HttpTransport::Result result) {
+  // Answers the newest call of the path that waits for an answer; false when there is none.
+  bool answerCall(std::string_view path, const Result& result) {
     const auto requests = transport->requests();
     for (std::size_t number = requests.size(); number > 0; --number) {
-      if (!requests[number - 1].url.ends_with(reportPath)) continue;
-      if (!transport->answer(number, std::move(result))) throw std::logic_error("it has been answered");
-      return;
+      if (requests[number - 1].url.ends_with(path) && transport->answer(number, result)) return true;
     }
-    throw std::logic_error("nothing has been reported");
+    return false;
+  }
+  std::vector<nlohmann::json> reports() const { return calls(reportPath); }
+  void answerReport(const Result& result) {
+    if (!answerCall(reportPath, result)) throw std::logic_error("no report waits");
   }
   std::filesystem::path databaseFile() const { return folder / "documents/SNSornDB.sqlite"; }
 
@@ -99,10 +122,20 @@ class TestHost {
   std::shared_ptr<FakeTransport> transport;  // of the present run
   bool usesNetwork = false;                  // sends for real instead
   support::Credentials credentials;
+
+ private:
+  std::mutex mutex_;
+  std::map<std::string, std::optional<Result>> answers_ = {{reportPath, std::nullopt}};
 };
 
-inline platform::HttpTransport::Result answer(int status, std::string body = "{}") {
-  return platform::HttpResponse{status, {}, std::move(body)};
+// The error with which the work was refused.
+std::optional<SornError> refusalOf(auto&& work) {
+  try {
+    work();
+  } catch (const SornError& error) {
+    return error;
+  }
+  return std::nullopt;
 }
 
 }  // namespace sorn::tests

@@ -13,6 +13,8 @@
 
 namespace sorn::server {
 
+using tests::textOf;
+
 // A library over fakes, with the call layer as its user sees it. The device's identifier is "key::DEVICE".
 class ServerFixture : public ::testing::Test {
  protected:
@@ -23,6 +25,11 @@ class ServerFixture : public ::testing::Test {
     return *library_;
   }
   decltype(auto) run(auto&& work) { return library().context().performBlockAndWait(work); }
+
+  void restart() {
+    library_.reset();
+    library();
+  }
 
   // How a call ended: the answer's member "a", "absent" for an answer that is no object, or the error.
   std::string outcomeOf(Endpoint endpoint) {
@@ -50,11 +57,6 @@ class ServerFixture : public ::testing::Test {
     host_.transport->setHandler([](const auto&) { return tests::answer(200); });
     outcomeOf(std::move(endpoint));
     return host_.transport->requests().back();
-  }
-  static std::string textOf(const platform::HttpBody& body) {
-    std::string text;
-    for (const std::string& piece : body.pieces) text += piece;
-    return text;
   }
   static std::string headerOf(const platform::HttpRequest& request, std::string_view name) {
     for (const auto& [key, value] : request.headers) {

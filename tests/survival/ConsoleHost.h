@@ -3,50 +3,15 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <nlohmann/json.hpp>
-#include <sys/types.h>
 
+#include "fakes/ChildProcess.h"
 #include "linux/TemporaryFolder.h"
 #include "sorn-emulator/Emulator.h"
 
 namespace sorn::tests {
-
-// The console host in a process of its own, with clocks that only `advance` moves.
-class ConsoleHost {
- public:
-  ConsoleHost(const std::filesystem::path& configuration, const std::filesystem::path& data);
-  ~ConsoleHost();
-  ConsoleHost(const ConsoleHost&) = delete;
-  ConsoleHost& operator=(const ConsoleHost&) = delete;
-
-  // Sends the command and waits for its answer; throws when the host is gone.
-  nlohmann::json run(std::string_view command);
-  // The same for a command that has to succeed.
-  nlohmann::json expect(std::string_view command);
-
-  // The two halves of `run`, for commands without pause. An answer is empty once the host is gone.
-  bool send(std::string_view commands);
-  nlohmann::json nextAnswer();
-
-  // Ends the process as a crash would.
-  void kill();
-  // Has the system end it; gives its exit status.
-  int terminate();
-  pid_t process() const { return process_; }
-  // Memory that the process holds now, and the most it has held, in kilobytes.
-  std::size_t residentMemory() const { return memory("VmRSS:"); }
-  std::size_t peakMemory() const { return memory("VmHWM:"); }
-
- private:
-  std::size_t memory(std::string_view field) const;
-  int wait();
-
-  pid_t process_ = -1;
-  int input_ = -1;
-  int output_ = -1;
-  std::string unread_;
-};
 
 // A folder with a configuration file for the emulator, and a data folder that outlives single hosts.
 struct Site {
@@ -58,7 +23,37 @@ struct Site {
   std::filesystem::path data;
 };
 
-// The `number` that the test's own events carry in their extra data, in the order of their arrival.
+// The console host in a process of its own, which has started the library, with clocks that only `advance`
+// moves.
+class ConsoleHost : public ChildProcess {
+ public:
+  explicit ConsoleHost(const Site& site);
+
+  // Sends the command and waits for its answer; throws when the host is gone.
+  nlohmann::json run(std::string_view command);
+  // The same for a command that has to succeed.
+  nlohmann::json expect(std::string_view command);
+  // The answer to a command that was only sent. Empty once the host is gone.
+  nlohmann::json nextAnswer();
+  // Logs so many events without pause, with the numbers from the first on in their extra data.
+  void logEvents(int first, int count);
+
+  // Has the system end it; gives its exit status.
+  int terminate();
+  // Memory that the process holds now, and the most it has held, in kilobytes.
+  std::size_t residentMemory() const { return memory("VmRSS:"); }
+  std::size_t peakMemory() const { return memory("VmHWM:"); }
+
+ private:
+  std::size_t memory(std::string_view field) const;
+};
+
+// The command that logs one event with this number.
+std::string logCommand(int number);
+
+// The numbers of the events that have arrived, sorted.
 std::vector<int> numbersReceived(const emulator::Emulator& service);
+// The same when each of so many has arrived once.
+std::vector<int> numbersBelow(int end);
 
 }  // namespace sorn::tests

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "fakes/ChildProcess.h"
 #include "survival/ConsoleHost.h"
 
 namespace sorn::tests {
@@ -10,8 +9,7 @@ namespace {
 
 TEST(ConsoleHostProgram, LinesThatCannotBeRunAreAnsweredWithTheReason) {
   Site site;
-  ConsoleHost host(site.configuration, site.data);
-  host.expect("start");
+  ConsoleHost host(site);
   struct Case {
     std::string line;
     std::string command;

@@ -1,5 +1,4 @@
 #include <fstream>
-#include <numeric>
 
 #include <gtest/gtest.h>
 #include <sys/mount.h>
@@ -38,54 +37,42 @@ TEST(Disk, EventsOfAFullDiskAreStoredWhenSpaceReturns) {
   Site site;
   SmallDisk disk(site.data);
   if (!disk.isMounted()) GTEST_SKIP() << "mounting a file system is not allowed here";
-  std::vector<int> expected(60);
-  std::iota(expected.begin(), expected.end(), 0);
   {
-    ConsoleHost host(site.configuration, site.data);
-    host.expect("start");
+    ConsoleHost host(site);
     host.expect("advance 0");
     site.service.stop();
     disk.fill();
-    for (int number = 0; number < 59; ++number) {
-      host.expect("log disk full {\"number\":" + std::to_string(number) + "}");
-    }
+    host.logEvents(0, 59);
     host.expect("login somebody");
     host.expect("advance 130");
     disk.makeSpace();
     // The save of one more event carries everything that waited for space.
-    host.expect("log disk spacious {\"number\":59}");
+    host.logEvents(59, 1);
     host.kill();
   }
   site.service.start();
-  ConsoleHost next(site.configuration, site.data);
-  next.expect("start");
+  ConsoleHost next(site);
   next.expect("advance 121");
-  std::vector<int> numbers = numbersReceived(site.service);
-  std::ranges::sort(numbers);
-  EXPECT_EQ(numbers, expected);
+  EXPECT_EQ(numbersReceived(site.service), numbersBelow(60));
 }
 
 TEST(Disk, ReportOnAFullDiskIsSentOnceAndDeletedLater) {
   Site site;
   SmallDisk disk(site.data);
   if (!disk.isMounted()) GTEST_SKIP() << "mounting a file system is not allowed here";
-  ConsoleHost host(site.configuration, site.data);
-  host.expect("start");
-  for (int number = 0; number < 8; ++number) {
-    host.expect("log disk roomy {\"number\":" + std::to_string(number) + "}");
-  }
+  ConsoleHost host(site);
+  host.logEvents(0, 8);
   disk.fill();
   host.expect("advance 300");
-  EXPECT_EQ(numbersReceived(site.service).size(), 8u)
+  EXPECT_EQ(numbersReceived(site.service), numbersBelow(8))
       << "an event whose deletion cannot be saved goes out once";
   EXPECT_FALSE(host.expect("state").at("records").contains("SNEvent"));
   disk.makeSpace();
   host.expect("advance 61");
   host.kill();
-  ConsoleHost next(site.configuration, site.data);
-  next.expect("start");
+  ConsoleHost next(site);
   next.expect("advance 121");
-  EXPECT_EQ(numbersReceived(site.service).size(), 8u);
+  EXPECT_EQ(numbersReceived(site.service), numbersBelow(8));
 }
 
 }  // namespace

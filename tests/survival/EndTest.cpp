@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "fakes/ChildProcess.h"
 #include "fakes/RawDatabase.h"
 #include "survival/ConsoleHost.h"
 

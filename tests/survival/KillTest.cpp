@@ -17,11 +17,10 @@ class Kill : public ::testing::Test {
  protected:
   // Logs until the kill; notes which events were attempted and which calls had returned.
   void logAndKill(std::chrono::microseconds after) {
-    ConsoleHost host(site.configuration, site.data);
-    host.expect("start");
+    ConsoleHost host(site);
     std::string commands;
     for (int count = 0; count < eventsInRun; ++count) {
-      commands += "log survival \"still alive\" {\"number\":" + std::to_string(next) + "}\n";
+      commands += logCommand(next);
       attempted.insert(next++);
     }
     int answered = next - eventsInRun;
@@ -42,8 +41,7 @@ class Kill : public ::testing::Test {
     std::mt19937 random(20240229);
     std::uniform_int_distribution<int> moment(0, 150'000);
     for (int kill = 0; kill < kills; ++kill) logAndKill(std::chrono::microseconds(moment(random)));
-    ConsoleHost last(site.configuration, site.data);
-    last.expect("start");
+    ConsoleHost last(site);
     last.expect("advance 121");
     EXPECT_FALSE(last.expect("state").at("records").contains("SNEvent"));
     const std::vector<int> numbers = numbersReceived(site.service);
@@ -76,14 +74,12 @@ TEST_F(Kill, SoakTwoHundredAndFiftyKillsLoseNothing) { run(250); }
 TEST(Termination, ClosingEventOfATerminatedHostIsStored) {
   Site site;
   {
-    ConsoleHost host(site.configuration, site.data);
-    host.expect("start");
+    ConsoleHost host(site);
     host.expect("launched");
     host.expect("advance 0");
     EXPECT_EQ(host.terminate(), 0);
   }
-  ConsoleHost next(site.configuration, site.data);
-  next.expect("start");
+  ConsoleHost next(site);
   next.expect("advance 121");
   std::vector<std::string> actions;
   for (const auto& event : site.service.events()) actions.push_back(event.at("action").get<std::string>());
@@ -93,15 +89,13 @@ TEST(Termination, ClosingEventOfATerminatedHostIsStored) {
 // The clock has a year to go when the service hears of the first event, so the command is under way.
 TEST(Termination, IsHeardInTheMiddleOfACommand) {
   Site site;
-  ConsoleHost host(site.configuration, site.data);
-  host.expect("start");
+  ConsoleHost host(site);
   host.expect("launched");
   host.send("advance 31536000\n");
   ASSERT_TRUE(site.service.waitForEvents(1, std::chrono::seconds(30)));
   EXPECT_EQ(host.terminate(), 0);
   EXPECT_TRUE(host.nextAnswer().is_null());
-  ConsoleHost next(site.configuration, site.data);
-  next.expect("start");
+  ConsoleHost next(site);
   next.expect("advance 121");
   EXPECT_EQ(site.service.events().back().at("action"), "+APP_CLOSED");
 }

@@ -15,19 +15,12 @@ void runDays(int days) {
   std::mt19937 random(7);
   auto library = host.launch();
   std::atomic<bool> isDown = false;
-  host.transport->setHandler([&isDown, serviceRandom = std::mt19937(8)](const platform::HttpRequest&) mutable
-                             -> std::optional<platform::HttpTransport::Result> {
-    if (isDown) return platform::TransportError{platform::TransportError::cannotConnect};
-    switch (serviceRandom() % 8) {
-      case 0:
-        return platform::HttpResponse{503, {}, ""};
-      case 1:
-        return platform::TransportError{platform::TransportError::timedOut};
-      case 2:
-        return platform::HttpResponse{200, {}, "{\"cut"};
-      default:
-        return platform::HttpResponse{200, {}, "{}"};
-    }
+  host.transport->setHandler([&isDown, serviceRandom = std::mt19937(8)](const auto&) mutable {
+    const TestHost::Result answers[] = {
+        answer(503), platform::TransportError{platform::TransportError::timedOut}, answer(200, "{\"cut")};
+    if (isDown) return TestHost::Result(platform::TransportError{platform::TransportError::cannotConnect});
+    const auto number = serviceRandom() % 8;
+    return number < std::size(answers) ? answers[number] : answer(200);
   });
   facade::Diagnostics diagnostics(library->sorn());
   library->reconciliation();
@@ -47,10 +40,7 @@ void runDays(int days) {
     }));
   }
   isDown = false;
-  host.transport->setHandler(
-      [](const platform::HttpRequest&) -> std::optional<platform::HttpTransport::Result> {
-        return platform::HttpResponse{200, {}, "{}"};
-      });
+  host.transport->setHandler([](const auto&) { return answer(200); });
   for (int minute = 0; minute < 3; ++minute) {
     host.clock->advance(61);
     diagnostics.waitUntilIdle();

@@ -15,14 +15,14 @@ class EventStoreTest : public SyncFixture {
 };
 
 TEST_F(EventStoreTest, RecordHoldsWhatHappenedWhenAndForWhom) {
-  library().database().userActivation("u");
+  library_->database().userActivation("u");
   host_.clock->advance(2.5);
-  library().events().createEvent({.type = EventType::inapp_campaign,
+  library_->events().createEvent({.type = EventType::inapp_campaign,
                                   .category = "+RETAIL",
                                   .action = "bought",
                                   .campaignID = "c",
                                   .campaign = 3});
-  library().events().createEvent({.action = "plain"});
+  library_->events().createEvent({.action = "plain"});
   EXPECT_EQ(stored("SELECT type || ' ' || category || ' ' || campaignID || ' ' || campaignType || ' ' || "
                    "timestamp || ' ' || status || ' ' || statusUpdated FROM SNEvent WHERE action = 'bought'"),
             "inapp_campaign +RETAIL c 4 1700000002.5 0 1700000002.5");
@@ -39,21 +39,13 @@ TEST_F(EventStoreTest, EventsFollowTheActiveUser) {
       "SELECT ifnull(userID, '-') FROM SNEvent LEFT JOIN SNUser ON SNEvent.user = SNUser.id "
       "WHERE action <> '+APP_OPENED' ORDER BY SNEvent.id";
   record("1");
-  library().database().userActivation("a");
+  library_->database().userActivation("a");
   record("2");
-  library().database().userActivation("b");
+  library_->database().userActivation("b");
   record("3");
-  library().database().userActivation("a");
+  library_->database().userActivation("a");
   record("4");
   EXPECT_EQ(stored(users), "-,a,b,a");
-}
-
-TEST_F(EventStoreTest, FirstEventOpensASessionWhoseOpeningComesFirst) {
-  record("first");
-  record("second");
-  EXPECT_EQ(stored("SELECT action FROM SNEvent ORDER BY serialNumber"), "+APP_OPENED,first,second");
-  EXPECT_EQ(stored("SELECT serialNumber FROM SNEvent ORDER BY serialNumber"), "1,2,3");
-  EXPECT_EQ(stored("SELECT count(DISTINCT sessionID) FROM SNEvent"), "1");
 }
 
 TEST_F(EventStoreTest, ReceivedPushOpensNoSessionButCountsInAnOpenOne) {
@@ -65,23 +57,25 @@ TEST_F(EventStoreTest, ReceivedPushOpensNoSessionButCountsInAnOpenOne) {
   record("+PUSH_CAMPAIGN_RECEIVED", EventType::push_campaign);
   EXPECT_EQ(stored("SELECT action || serialNumber FROM SNEvent WHERE serialNumber > 0 ORDER BY serialNumber"),
             "+APP_OPENED1,+PUSH_CAMPAIGN_OPENED2,+PUSH_CAMPAIGN_RECEIVED3");
+  EXPECT_EQ(stored("SELECT count(DISTINCT sessionID) FROM SNEvent"), "1");
 }
 
 TEST_F(EventStoreTest, ActionsOfBlanksAreRefusedAndOthersKeptAsGiven) {
-  library().database().currentApplication();
+  library_->database().currentApplication();
   for (const char* action : {"", " ", "\n", "\t \r\n", "\xC2\xA0", "\xE2\x80\xA8"}) {
-    EXPECT_EQ(library().events().createEvent({.action = action}), nullptr) << action;
+    EXPECT_EQ(library_->events().createEvent({.action = action}), nullptr) << action;
   }
   EXPECT_EQ(stored("SELECT count(*) FROM SNEvent"), "0");
-  EXPECT_NE(library().events().createEvent({.action = " a "}), nullptr);
+  EXPECT_NE(library_->events().createEvent({.action = " a "}), nullptr);
   EXPECT_EQ(stored("SELECT count(*) FROM SNEvent WHERE action = ' a '"), "1");
 }
 
 TEST_F(EventStoreTest, UsageOffRefusesUsageButNotCampaigns) {
-  configure(10, 10, false);
-  library().database().currentApplication();
-  EXPECT_EQ(library().events().createEvent({.action = "usage"}), nullptr);
-  EXPECT_NE(library().events().createEvent({.type = EventType::push_campaign, .action = "push"}), nullptr);
+  configure("", 10, 10, false);
+  launch();
+  library_->database().currentApplication();
+  EXPECT_EQ(library_->events().createEvent({.action = "usage"}), nullptr);
+  EXPECT_NE(library_->events().createEvent({.type = EventType::push_campaign, .action = "push"}), nullptr);
   EXPECT_EQ(stored("SELECT action || ifnull(sessionID, '-') || ifnull(serialNumber, '-') FROM SNEvent"),
             "push--");
   EXPECT_EQ(stored("SELECT count(*) FROM SNSession"), "0");
@@ -89,13 +83,13 @@ TEST_F(EventStoreTest, UsageOffRefusesUsageButNotCampaigns) {
 
 TEST_F(EventStoreTest, OwnAttributesStandBesideTheHostsAndOverThem) {
   host_.facts->locationFact = 3;
-  library().database().pushGatewayUpdate(7, 2, store::ServerStatusState::pending);
+  library_->database().pushGatewayUpdate(7, 2, store::ServerStatusState::pending);
   EventData data;
   data.add("S_", "name", "a\"\n");
   data.add("", "sv", 1);
   data.add("", "location_status", "lies");
   data.add("N_", "sv", 2);
-  library().events().createEvent({.action = "e", .data = &data});
+  library_->events().createEvent({.action = "e", .data = &data});
   EXPECT_EQ(extraOf("e"), json::parse(R"({"S_name":"a\"\n","N_sv":2,"campaign_ids":[],"sv":102031000,
       "app_version":"2.5","os_version":"12","authorization_status":2,"location_status":1})"));
   EXPECT_EQ(extraOf("+APP_OPENED"), json::parse(R"({"campaign_ids":[],"sv":102031000,"app_version":"2.5",
@@ -104,9 +98,9 @@ TEST_F(EventStoreTest, OwnAttributesStandBesideTheHostsAndOverThem) {
 
 TEST_F(EventStoreTest, PermissionIsToldAsItStandsAtEachEvent) {
   record("1");
-  library().database().pushGatewayUpdate(7, 2, store::ServerStatusState::pending);
+  library_->database().pushGatewayUpdate(7, 2, store::ServerStatusState::pending);
   record("2");
-  library().database().pushGatewayUpdate(7, 1, store::ServerStatusState::pending);
+  library_->database().pushGatewayUpdate(7, 1, store::ServerStatusState::pending);
   record("3");
   EXPECT_EQ(extraOf("1")["authorization_status"], 0);
   EXPECT_EQ(extraOf("2")["authorization_status"], 2);
@@ -114,12 +108,12 @@ TEST_F(EventStoreTest, PermissionIsToldAsItStandsAtEachEvent) {
 }
 
 TEST_F(EventStoreTest, TouchedCampaignsAreToldUntilTheSessionEnds) {
-  library().database().currentSession();
-  library().database().addCampaignID("b\"");
-  library().database().addCampaignID("a");
+  library_->database().currentSession();
+  library_->database().addCampaignID("b\"");
+  library_->database().addCampaignID("a");
   record("1");
   EXPECT_EQ(extraOf("1")["campaign_ids"], json::parse(R"(["a","b\""])"));
-  run([&] { library().database().endSession(); });
+  run([&] { library_->database().endSession(); });
   EXPECT_EQ(extraOf("+APP_CLOSED")["campaign_ids"].size(), 2u);
   record("2");
   EXPECT_EQ(extraOf("2")["campaign_ids"], json::array());
@@ -134,17 +128,17 @@ TEST_F(EventStoreTest, OneValueThatIsNoJsonCostsAllAttributes) {
     EventData data;
     data.add("S_", "good", "x");
     data.add("N_", "bad", value);
-    EXPECT_NE(library().events().createEvent({.action = action, .data = &data}), nullptr);
+    EXPECT_NE(library_->events().createEvent({.action = action, .data = &data}), nullptr);
     EXPECT_EQ(stored("SELECT extra FROM SNEvent WHERE action = '" + action + "'"), "{}");
   }
 }
 
 TEST_F(EventStoreTest, EventThatCouldNotBeSavedGoesWithTheNextSave) {
   record("first");
-  execute("CREATE TRIGGER no BEFORE INSERT ON SNEvent BEGIN SELECT RAISE(ABORT, 'no'); END");
-  EXPECT_EQ(library().events().createEvent({.action = "lost?"}), nullptr);
-  EXPECT_EQ(run([&] { return library().events().pendingCount(); }), 3u);
-  execute("DROP TRIGGER no");
+  plant("CREATE TRIGGER no BEFORE INSERT ON SNEvent BEGIN SELECT RAISE(ABORT, 'no'); END");
+  EXPECT_EQ(library_->events().createEvent({.action = "lost?"}), nullptr);
+  EXPECT_EQ(run([&] { return library_->events().pendingCount(); }), 3u);
+  plant("DROP TRIGGER no");
   record("next");
   EXPECT_EQ(stored("SELECT action || serialNumber FROM SNEvent WHERE serialNumber > 2 ORDER BY serialNumber"),
             "lost?3,next4");
@@ -154,11 +148,11 @@ TEST_F(EventStoreTest, DeletionTakesTheEventOutOfTheCount) {
   record("+PUSH_CAMPAIGN_RECEIVED", EventType::push_campaign);
   record("+PUSH_CAMPAIGN_RECEIVED", EventType::push_campaign);
   run([&] {
-    const auto events = library().context().fetchRecords<SNEvent>();
-    EXPECT_TRUE(library().events().deleteEvent(*events[0]));
-    EXPECT_EQ(library().events().pendingCount(), 1u);
+    const auto events = library_->context().fetchRecords<SNEvent>();
+    EXPECT_TRUE(library_->events().deleteEvent(*events[0]));
+    EXPECT_EQ(library_->events().pendingCount(), 1u);
     events[1]->set(SNEvent::eventID, std::nullopt);
-    EXPECT_FALSE(library().events().deleteEvent(*events[1])) << "without an identifier it stays";
+    EXPECT_FALSE(library_->events().deleteEvent(*events[1])) << "without an identifier it stays";
   });
   EXPECT_EQ(stored("SELECT count(*) FROM SNEvent"), "1");
 }

@@ -3,16 +3,14 @@
 #include <string>
 #include <vector>
 
-#include "fakes/ServiceFixture.h"
 #include "sync/MaintenanceRoutine.h"
+#include "sync/SyncFixture.h"
 
 namespace sorn::sync {
 
 inline constexpr const char* save = "ios/save/json";
 inline constexpr const char* activate = "user/activate/json";
-inline constexpr const char* activateAnonymous = "user/activate-anonymous/json";
 inline constexpr const char* preferences = "ios/preferences/save/json";
-inline constexpr const char* report = "events/report/json";
 inline constexpr const char* inboxRead = "inbox/read/json";
 inline constexpr const char* inboxDelete = "inbox/delete/json";
 inline constexpr const char* pushToken = "ios/push/token/update/json";
@@ -75,11 +73,6 @@ class MaintenanceTest : public tests::ServiceFixture {
   std::string statusOf(const std::string& table) {
     run([this] { library_->context().save(); });
     return stored("SELECT status FROM " + table + " ORDER BY id");
-  }
-  std::vector<std::string> actionsOf(const nlohmann::json& body) {
-    std::vector<std::string> actions;
-    for (const auto& event : body["events"]) actions.push_back(event["action"]);
-    return actions;
   }
   std::vector<std::string> campaignsOf(const nlohmann::json& list) {
     std::vector<std::string> campaigns;
