@@ -15,11 +15,11 @@ namespace {
 constexpr std::int64_t applicationID = 0x534F524E;
 // Grows with each change of the tables. Columns, tables and indexes that an older file lacks are added.
 constexpr std::int64_t schemaVersion = 1;
-// Beyond this many pages in the log, one pass runs within a save although nobody has rested.
-constexpr int longestLog = 4000;
-// After each so many further pages the worker has a go, although nobody has rested: half-way, and shortly
-// before the pass within a save, which then finds little left to copy and to wait for.
-constexpr int longLog = 1850;
+// Beyond this many pages in the log, 16 MB, one pass runs within a save although nobody has rested.
+constexpr int longestLog = 8000;
+// After each so many further pages the worker has a go, although nobody has rested; the last time comes
+// shortly before the pass within a save, which then finds little left to copy and to wait for.
+constexpr int longLog = 2550;
 
 std::string_view sqlType(ColumnType type) {
   switch (type) {
