@@ -2,8 +2,8 @@
 #include <utility>
 #include <vector>
 
-#include "campaign-tool/ToolTest.h"
 #include "campaigns/Samples.h"
+#include "fakes/ToolTest.h"
 
 namespace sorn::campaign {
 namespace {
@@ -15,7 +15,7 @@ using campaigns::onEvent;
 constexpr auto onTrigger = R"("trigger":{"type":"on_in_app_trigger","attributes":[)"
                            R"({"type":"string","key":"tier","operator":"=","value":"gold"}]})";
 
-class Explain : public ToolTest {
+class Explain : public tests::ToolTest {
  protected:
   Outcome explain(const std::string& options) const { return tool("explain campaigns.json " + options); }
   // The outcomes in the order of the document, joined by blanks.

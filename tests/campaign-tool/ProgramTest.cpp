@@ -1,12 +1,12 @@
 #include <string>
 #include <utility>
 
-#include "campaign-tool/ToolTest.h"
+#include "fakes/ToolTest.h"
 
 namespace sorn::campaign {
 namespace {
 
-using CampaignProgram = ToolTest;
+using CampaignProgram = tests::ToolTest;
 
 TEST_F(CampaignProgram, ExamplesAreClean) {
   const Outcome run = tool("validate '" SORN_EXAMPLE_CAMPAIGNS "'/*.json");
@@ -78,7 +78,7 @@ TEST_F(CampaignProgram, BadUsageIsTold) {
 
 TEST_F(CampaignProgram, TheSchemaIsReadByOtherPrograms) {
   const Outcome run =
-      shell(SORN_CAMPAIGN_TOOL
+      shell(SORN_TOOL
             " schema | /usr/bin/python3 -c \"import json,sys; s=json.load(sys.stdin);"
             "p=s['\\$defs']['TextData'];"
             "print(s['items']['\\$ref'],p['properties']['softWrap']['type'],p['required'])\"");
@@ -86,7 +86,7 @@ TEST_F(CampaignProgram, TheSchemaIsReadByOtherPrograms) {
 }
 
 TEST_F(CampaignProgram, AFullOutputIsAFailure) {
-  const Outcome run = shell(SORN_CAMPAIGN_TOOL " schema >/dev/full");
+  const Outcome run = shell(SORN_TOOL " schema >/dev/full");
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.errors, "sorn-campaign: standard output takes no more\n");
 }

@@ -3,10 +3,10 @@
 #include <filesystem>
 #include <string>
 
-#include "campaign-tool/ToolTest.h"
 #include "draw/GoldenPictures.h"
 #include "draw/Pixels.h"
 #include "fakes/ChildProcess.h"
+#include "fakes/ToolTest.h"
 #include "linux/ScriptedServer.h"
 
 namespace sorn::campaign {
@@ -28,7 +28,7 @@ std::string colored(const std::string& color) {
          R"("},"width":-1,"height":40,"children":[]})";
 }
 
-class Render : public ToolTest {
+class Render : public tests::ToolTest {
  protected:
   // Fontconfig keeps what it has read of the system's fonts until the process ends.
   static void SetUpTestSuite() {
@@ -90,7 +90,7 @@ TEST_F(Render, PicturesComeFromTheNetworkAndFromFiles) {
 }
 
 TEST_F(Render, TheSamplesLookAsTheirPicturesInTheDocumentation) {
-  const std::string command = SORN_RENDER_EXAMPLES " " SORN_CAMPAIGN_TOOL " " + folder_.path().string();
+  const std::string command = SORN_RENDER_EXAMPLES " " SORN_TOOL " " + folder_.path().string();
   ASSERT_EQ(std::system(command.c_str()), 0);
   int count = 0;
   for (const auto& entry : std::filesystem::directory_iterator(SORN_SAMPLE_PICTURES)) {
@@ -134,7 +134,7 @@ TEST_F(Render, WatchingDrawsAgainWhenTheFileChanges) {
   const auto file = folder_.write("a.json", document(colored("#FF0000")));
   const std::string out = (folder_ / "a.png").string();
   tests::ChildProcess watching(
-      {SORN_CAMPAIGN_TOOL, "render", file.string(), "--out", out, "--size", "200x100", "--watch"});
+      {SORN_TOOL, "render", file.string(), "--out", out, "--size", "200x100", "--watch"});
   ASSERT_EQ(watching.readLine(), out);
   EXPECT_EQ(pixel(100, 50), 0xFFFF0000);
   folder_.write("a.json", "[ a half written file");

@@ -1,11 +1,9 @@
-#include <cstdio>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include "linux/TemporaryFolder.h"
+#include "fakes/ToolTest.h"
 
 // The tool is run as a user runs it, and what it writes is read by other programs: `openssl` deciphers
 // (triple DES with one key three times is DES), Python's plistlib reads the property list.
@@ -13,30 +11,8 @@
 namespace sorn::testing {
 namespace {
 
-struct Outcome {
-  int status = -1;
-  std::string output;  // standard output
-  std::string errors;  // standard error
-};
-
-class SornConfig : public ::testing::Test {
+class SornConfig : public tests::ToolTest {
  protected:
-  Outcome shell(const std::string& command) const {
-    Outcome run;
-    const std::string errors = folder_ / "errors";
-    std::FILE* pipe =
-        ::popen(("cd '" + folder_.path().string() + "' && " + command + " 2>'" + errors + "'").c_str(), "r");
-    if (!pipe) return run;
-    char piece[4096];
-    while (const std::size_t count = std::fread(piece, 1, sizeof piece, pipe))
-      run.output.append(piece, count);
-    const int status = ::pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    run.errors = folder_.read("errors");
-    return run;
-  }
-  Outcome tool(const std::string& arguments) const { return shell(SORN_CONFIG_TOOL " " + arguments); }
-
   // The value of one key as Python reads it.
   std::string entry(const std::string& file, const std::string& key) const {
     return shell("/usr/bin/python3 -c \"import plistlib;print(plistlib.load(open('" + file + "','rb'))['" +
@@ -50,8 +26,6 @@ class SornConfig : public ::testing::Test {
                "-K C7F2A91E04D3B868C7F2A91E04D3B868C7F2A91E04D3B868")
         .output;
   }
-
-  const TemporaryFolder folder_;
 };
 
 TEST_F(SornConfig, WritesWhatOtherProgramsRead) {

@@ -8,17 +8,17 @@
 
 #include "linux/TemporaryFolder.h"
 
-namespace sorn::campaign {
+namespace sorn::tests {
 
-struct Outcome {
-  int status = -1;
-  std::string output;  // standard output
-  std::string errors;  // standard error
-};
-
-// The tool, run as a user runs it, in a folder of its own.
+// The tool that is the target's SORN_TOOL, run as a user runs it, in a folder of its own.
 class ToolTest : public ::testing::Test {
  protected:
+  struct Outcome {
+    int status = -1;
+    std::string output;  // standard output
+    std::string errors;  // standard error
+  };
+
   Outcome shell(const std::string& command) const {
     Outcome run;
     const std::string line = "cd '" + folder_.path().string() + "' && { " + command + "; } 2>errors";
@@ -33,9 +33,9 @@ class ToolTest : public ::testing::Test {
     run.errors = folder_.read("errors");
     return run;
   }
-  Outcome tool(const std::string& arguments) const { return shell(SORN_CAMPAIGN_TOOL " " + arguments); }
+  Outcome tool(const std::string& arguments) const { return shell(SORN_TOOL " " + arguments); }
 
   const testing::TemporaryFolder folder_;
 };
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tests
