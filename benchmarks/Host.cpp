@@ -6,11 +6,11 @@
 
 #include <sys/vfs.h>
 
+#include "configuration/ConfigurationKeys.h"
 #include "facade/Diagnostics.h"
-#include "linux/HeadlessPlatform.h"
-#include "linux/HostBundle.h"
+#include "host/HeadlessPlatform.h"
+#include "host/HostBundle.h"
 #include "sorn-config/ConfigurationFile.h"
-#include "support/ConfigurationKeys.h"
 
 namespace sorn::bench {
 
@@ -60,19 +60,19 @@ std::string Folder::fileSystem() const {
 
 void writeConfiguration(const std::filesystem::path& folder, const std::string& origin) {
   config::Account account{std::string(accountKey), std::string(accountSecret),
-                          std::string(support::developmentMode), origin};
+                          std::string(configuration::developmentMode), origin};
   std::ofstream(folder / configurationName, std::ios::binary)
-      << config::configurationText(account, support::PropertyListForm::xml);
+      << config::configurationText(account, configuration::PropertyListForm::xml);
 }
 
 std::unique_ptr<facade::Library> Host::make(const std::filesystem::path& folder) {
-  auto bundle = std::make_shared<headless::HostBundle>();
+  auto bundle = std::make_shared<host::HostBundle>();
   bundle->setIdentifier(std::string(hostIdentifier));
   bundle->setVersion("1.0");
   bundle->addResourceDirectory(folder);
   platform::Platform ports;
   ports.bundle = std::move(bundle);
-  headless::fillHeadless(ports, headless::XdgHomes::below(folder));
+  host::fillHeadless(ports, host::XdgHomes::below(folder));
   return std::make_unique<facade::Library>(std::move(ports));
 }
 

@@ -12,13 +12,13 @@
 #include "documents/SornInAppCampaign.h"
 #include "sorn-campaign/Validation.h"
 #include "support/Fault.h"
-#include "support/Json.h"
+#include "support/json/Json.h"
 
 namespace {
 
 using namespace sorn::documents;
-using sorn::campaign::Finding;
 using sorn::support::fault;
+using sorn::tool::Finding;
 
 void clearIds(SornView& node) {
   node.id.clear();
@@ -46,7 +46,7 @@ void checkFaults(std::string_view text, const DecodingFailure& first) {
 void checkFindings(std::string_view text, bool isDecoded) {
   bool isFaulty = false;
   bool isShortPaddingAlone = true;
-  for (const Finding& finding : sorn::campaign::validate(text)) {
+  for (const Finding& finding : sorn::tool::validate(text)) {
     if (finding.place.line == 0 || finding.place.column > text.size() + 1) fault("a place within the text");
     if (finding.weight == Finding::Weight::note) continue;
     isFaulty = true;
@@ -56,8 +56,8 @@ void checkFindings(std::string_view text, bool isDecoded) {
 }
 
 void checkSource(std::string_view text) {
-  sorn::campaign::SyntaxFault syntax;
-  const bool isRead = sorn::campaign::readSource(text, syntax).has_value();
+  sorn::tool::SyntaxFault syntax;
+  const bool isRead = sorn::tool::readSource(text, syntax).has_value();
   if (isRead != sorn::support::Document::parse(text).has_value()) fault("both readers agree");
   if (syntax.offset > text.size()) fault("a syntax fault within the text");
 }

@@ -10,9 +10,9 @@
 #include <string_view>
 
 #include "support/Fault.h"
-#include "support/Json.h"
-#include "support/JsonCheck.h"
-#include "support/JsonWriter.h"
+#include "support/json/Json.h"
+#include "support/json/JsonCheck.h"
+#include "support/json/JsonWriter.h"
 
 using sorn::support::appendValue;
 using sorn::support::Document;

@@ -11,7 +11,7 @@
 #include "documents/ActivePlace.h"
 #include "documents/Record.h"
 #include "support/Fault.h"
-#include "support/Json.h"
+#include "support/json/Json.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace sorn::documents;

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "support/Json.h"
+#include "support/json/Json.h"
 
 namespace sorn::console {
 

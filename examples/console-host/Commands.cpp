@@ -11,11 +11,11 @@
 #include <stdexcept>
 #include <thread>
 
-#include "linux/HeadlessPlatform.h"
-#include "linux/HostBundle.h"
+#include "host/HeadlessPlatform.h"
+#include "host/HostBundle.h"
 #include "sorn/SornError.h"
-#include "support/Json.h"
-#include "support/JsonWriter.h"
+#include "support/json/Json.h"
+#include "support/json/JsonWriter.h"
 
 namespace sorn::console {
 
@@ -62,8 +62,8 @@ std::optional<Dictionary> data(const CommandLine& line, std::size_t position) {
   return parseDictionary(line.arguments[position]);
 }
 
-Sorn& makeLibrary(const Arguments& arguments, const std::shared_ptr<headless::ManualClock>& clock) {
-  auto bundle = std::make_shared<headless::HostBundle>();
+Sorn& makeLibrary(const Arguments& arguments, const std::shared_ptr<host::ManualClock>& clock) {
+  auto bundle = std::make_shared<host::HostBundle>();
   bundle->setIdentifier("console-host");
   bundle->setVersion("1.0");
   bundle->setBuild("1");
@@ -73,8 +73,8 @@ Sorn& makeLibrary(const Arguments& arguments, const std::shared_ptr<headless::Ma
   platform.bundle = std::move(bundle);
   platform.clock = clock;
   if (arguments.storage) platform.deployment.storageOrigin = *arguments.storage;
-  headless::fillHeadless(platform, arguments.data ? headless::XdgHomes::below(*arguments.data)
-                                                  : headless::XdgHomes::fromEnvironment());
+  host::fillHeadless(
+      platform, arguments.data ? host::XdgHomes::below(*arguments.data) : host::XdgHomes::fromEnvironment());
   platform::install(std::move(platform));
   return Sorn::manager();
 }
@@ -117,7 +117,7 @@ void writeLine(const Dictionary& line) {
 
 Commands::Commands(const Arguments& arguments)
     : configuration_(arguments.configuration.filename().string()),
-      clock_(arguments.manualClock ? std::make_shared<headless::ManualClock>(headless::SystemClock().now())
+      clock_(arguments.manualClock ? std::make_shared<host::ManualClock>(host::SystemClock().now())
                                    : nullptr),
       sorn_(makeLibrary(arguments, clock_)),
       diagnostics_(sorn_) {

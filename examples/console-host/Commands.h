@@ -11,7 +11,7 @@
 #include "Arguments.h"
 #include "CommandLine.h"
 #include "facade/Diagnostics.h"
-#include "linux/SystemClock.h"
+#include "host/SystemClock.h"
 #include "sorn/Sorn.h"
 
 namespace sorn::console {
@@ -49,7 +49,7 @@ class Commands {
   void endTurn();
 
   const std::string configuration_;
-  std::shared_ptr<headless::ManualClock> clock_;  // null when the machine's own clocks are used
+  std::shared_ptr<host::ManualClock> clock_;  // null when the machine's own clocks are used
   Sorn& sorn_;
   facade::Diagnostics diagnostics_;
   std::map<std::string, Handler, std::less<>> handlers_;

@@ -10,11 +10,11 @@ namespace {
 
 // Shared by the one who waits and the request, so that either may end first.
 struct Pending {
-  layout::ImageSource::Completion completion;
+  view::ImageSource::Completion completion;
   std::atomic<bool> isWanted{true};
 };
 
-class Running final : public layout::ImageSource::Fetch {
+class Running final : public view::ImageSource::Fetch {
  public:
   Running(support::Tasks& tasks, std::shared_ptr<Pending> pending)
       : tasks_(tasks), pending_(std::move(pending)) {}
@@ -37,8 +37,7 @@ std::optional<std::string> bodyOf(platform::HttpTransport::Result& result) {
 
 }  // namespace
 
-std::unique_ptr<layout::ImageSource::Fetch> ImageLoader::fetch(const std::string& url,
-                                                               Completion completion) {
+std::unique_ptr<view::ImageSource::Fetch> ImageLoader::fetch(const std::string& url, Completion completion) {
   auto pending = std::make_shared<Pending>();
   pending->completion = std::move(completion);
   auto fetch = std::make_unique<Running>(tasks_, pending);

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "layout/ImageSource.h"
+#include "sorn/view/ImageSource.h"
 #include "support/SerialQueue.h"
 #include "support/Tasks.h"
 
@@ -13,7 +13,7 @@ namespace sorn::campaigns {
 // Fetches the pictures of campaigns over the network. No cache and no merging of equal addresses: what the
 // transport keeps is all the caching there is. A status is not looked at, since a body that is a picture can
 // be shown whatever came with it. Nothing is tried twice. Any thread.
-class ImageLoader final : public layout::ImageSource {
+class ImageLoader final : public view::ImageSource {
  public:
   // Fetches that are under way when the loader ends complete no more.
   explicit ImageLoader(support::Tasks& tasks)

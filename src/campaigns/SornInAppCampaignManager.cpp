@@ -8,7 +8,7 @@
 #include "support/AtomicFile.h"
 #include "support/BoundedFile.h"
 #include "support/Fault.h"
-#include "support/Json.h"
+#include "support/json/Json.h"
 
 namespace sorn::campaigns {
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <charconv>
 
+#include "device/VersionNumber.h"
 #include "support/Fault.h"
-#include "support/Json.h"
 #include "support/Uuid.h"
-#include "support/VersionNumber.h"
+#include "support/json/Json.h"
 
 namespace sorn::device {
 
@@ -63,7 +63,7 @@ std::int64_t integerOf(std::optional<std::string_view> digits) {
 }
 
 std::int64_t integerForm(std::string_view text) {
-  const auto version = support::VersionNumber::find(text);
+  const auto version = VersionNumber::find(text);
   if (!version) return 0;
   const std::int64_t parts[] = {integerOf(version->major), integerOf(version->minor),
                                 integerOf(version->patch),

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "support/JsonWriter.h"
+#include "support/json/JsonWriter.h"
 
 namespace sorn::documents {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "support/Json.h"
+#include "support/json/Json.h"
 
 namespace sorn::documents {
 

@@ -14,7 +14,7 @@
 
 #include "documents/Description.h"
 #include "documents/OptionalBox.h"
-#include "support/JsonWriter.h"
+#include "support/json/JsonWriter.h"
 
 // A JSON Schema (draft 2020-12) from the tables of records, so that editors accept exactly what the decoder
 // accepts. For the tools; nothing of it is part of the library.

@@ -15,8 +15,8 @@
 #include "documents/DecodingFailure.h"
 #include "documents/Description.h"
 #include "documents/OptionalBox.h"
-#include "support/Json.h"
-#include "support/JsonWriter.h"
+#include "support/json/Json.h"
+#include "support/json/JsonWriter.h"
 
 // Decoding and encoding of described records. Decoding is strict: a missing required key, a value of another
 // type, a number out of range and an unknown enumeration text each fail it; unknown keys are ignored.

@@ -9,7 +9,7 @@
 
 #include "documents/DecodingFailure.h"
 #include "documents/SornView.h"
-#include "support/JsonWriter.h"
+#include "support/json/JsonWriter.h"
 
 namespace sorn::documents {
 

@@ -1,8 +1,8 @@
 #include "documents/SornView.h"
 
 #include "documents/SornViewDescription.h"
-#include "support/Json.h"
 #include "support/Logger.h"
+#include "support/json/Json.h"
 
 namespace sorn::documents {
 

@@ -6,7 +6,7 @@
 
 namespace sorn::draw {
 
-AsyncImageView::AsyncImageView(layout::ImageSource& source, std::shared_ptr<platform::MainQueue> mainQueue,
+AsyncImageView::AsyncImageView(view::ImageSource& source, std::shared_ptr<platform::MainQueue> mainQueue,
                                std::optional<std::string> url,
                                std::function<void(const AsyncImageView&)> requestRedraw)
     : source_(source),

@@ -6,9 +6,9 @@
 #include <string>
 
 #include "draw/Canvas.h"
-#include "layout/ImageSource.h"
 #include "sorn/Export.h"
 #include "sorn/platform/MainQueue.h"
+#include "sorn/view/ImageSource.h"
 
 namespace sorn::draw {
 
@@ -18,7 +18,7 @@ class SORN_EXPORT AsyncImageView {
  public:
   // `requestRedraw` runs on the main queue each time another picture is there to be drawn.
   // The source outlives the view.
-  AsyncImageView(layout::ImageSource& source, std::shared_ptr<platform::MainQueue> mainQueue,
+  AsyncImageView(view::ImageSource& source, std::shared_ptr<platform::MainQueue> mainQueue,
                  std::optional<std::string> url, std::function<void(const AsyncImageView&)> requestRedraw);
   // Ends a load; nothing is called any more.
   ~AsyncImageView();
@@ -41,14 +41,14 @@ class SORN_EXPORT AsyncImageView {
  private:
   void show(std::shared_ptr<const Picture> picture);
 
-  layout::ImageSource& source_;
+  view::ImageSource& source_;
   std::shared_ptr<platform::MainQueue> mainQueue_;
   std::optional<std::string> url_;
   std::function<void(const AsyncImageView&)> requestRedraw_;
   ImageState state_;
   // Held weakly by a load that is under way; another load begins with another one.
   std::shared_ptr<AsyncImageView*> self_;
-  std::unique_ptr<layout::ImageSource::Fetch> fetch_;
+  std::unique_ptr<view::ImageSource::Fetch> fetch_;
 };
 
 }  // namespace sorn::draw

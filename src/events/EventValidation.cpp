@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "support/NamePatterns.h"
+#include "events/NamePatterns.h"
 
 namespace sorn::events {
 
@@ -29,24 +29,24 @@ void appendTyped(const std::string& key, const Value& value, sync::EventData& ty
 void appendExtraData(const Dictionary& data, sync::EventData& typed) {
   for (const auto& [key, value] : data) {
     if (key.empty()) throw SornError::emptyExtraKey(key);
-    if (!support::isExtraKey(key)) throw SornError::invalidExtraKey(key);
+    if (!isExtraKey(key)) throw SornError::invalidExtraKey(key);
     appendTyped(key, value, typed);
   }
 }
 
 void validateEventNames(std::string_view category, std::string_view action) {
-  const bool isAction = support::isEventName(action);
-  if (!support::isEventName(category)) throw SornError::invalidCategory(std::string(category));
+  const bool isAction = isEventName(action);
+  if (!isEventName(category)) throw SornError::invalidCategory(std::string(category));
   if (!isAction) throw SornError::invalidAction(std::string(action));
 }
 
 sync::EventData screenData(std::string_view name, const Dictionary* data, int orientation) {
-  if (!support::isScreenName(name)) throw SornError::invalidScreenName(std::string(name));
+  if (!isScreenName(name)) throw SornError::invalidScreenName(std::string(name));
   sync::EventData typed;
   if (data) {
     // All keys before any value.
     for (const auto& [key, value] : *data) {
-      if (!support::isExtraKey(key)) throw SornError::invalidExtraKey(key);
+      if (!isExtraKey(key)) throw SornError::invalidExtraKey(key);
     }
     appendExtraData(*data, typed);
   }

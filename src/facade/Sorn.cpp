@@ -4,7 +4,7 @@
 
 #include "events/EventValidation.h"
 #include "facade/Library.h"
-#include "linux/HeadlessPlatform.h"
+#include "host/HeadlessPlatform.h"
 #include "support/ForkGuard.h"
 
 namespace sorn {
@@ -43,7 +43,7 @@ Sorn& Sorn::manager() {
   static facade::Library& library = *[] {
     const std::lock_guard lock(installed().mutex);
     platform::Platform platform = std::move(installed().platform);
-    headless::fillHeadless(platform);
+    host::fillHeadless(platform);
     return new facade::Library(std::move(platform));
   }();
   return library.sorn();

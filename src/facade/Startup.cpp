@@ -2,13 +2,13 @@
 
 #include <utility>
 
+#include "configuration/ConfigurationKeys.h"
+#include "configuration/PropertyList.h"
 #include "sorn/SornError.h"
 #include "support/Base64.h"
 #include "support/Cipher.h"
-#include "support/ConfigurationKeys.h"
-#include "support/Json.h"
-#include "support/PropertyList.h"
 #include "support/TextTrim.h"
+#include "support/json/Json.h"
 #include "sync/MaintenanceRoutine.h"
 
 namespace sorn::facade {
@@ -29,29 +29,29 @@ std::string withoutExtension(std::string_view file) {
   return name;
 }
 
-support::TextDictionary readConfiguration(const platform::Bundle& bundle, const std::string& name) {
+configuration::TextDictionary readConfiguration(const platform::Bundle& bundle, const std::string& name) {
   const auto file = bundle.resource(name, "plist");
   if (!file) throw SornError::plain(Code::invalidConfigurationFile);
-  auto values = support::readPropertyList(*file);
+  auto values = configuration::readPropertyList(*file);
   if (!values) throw SornError::plain(Code::invalidConfigurationFile);
-  for (const char* key : {support::applicationKeyEntry, support::applicationSecretEntry, support::modeEntry,
-                          support::environmentEntry}) {
+  for (const char* key : {configuration::applicationKeyEntry, configuration::applicationSecretEntry,
+                          configuration::modeEntry, configuration::environmentEntry}) {
     if (!values->contains(key)) throw SornError::plain(Code::invalidConfigurationArguments);
   }
   return *std::move(values);
 }
 
 SornMode modeOf(std::string_view text) {
-  if (text == support::developmentMode) return SornMode::development;
-  if (text == support::productionMode) return SornMode::production;
+  if (text == configuration::developmentMode) return SornMode::development;
+  if (text == configuration::productionMode) return SornMode::production;
   throw SornError::plain(Code::undefinedMode);
 }
 
 std::string decipher(const std::string& value, Code failure) {
   const std::optional<std::string> bytes = support::base64Decode(value);
   if (!bytes) throw SornError::plain(failure);
-  const std::string key = support::hexBytes(support::configurationKeyText);
-  const std::string vector = support::hexBytes(support::configurationVectorText);
+  const std::string key = support::hexBytes(configuration::configurationKeyText);
+  const std::string vector = support::hexBytes(configuration::configurationVectorText);
   if (key.empty() || vector.empty()) throw SornError::plain(failure);
   std::string text = support::crypt(key, vector, support::CipherOperation::decrypt, *bytes);
   if (!support::isValidUtf8(text) || support::trimWhitespaceAndNewlines(text).empty()) {
@@ -65,15 +65,15 @@ std::string decipher(const std::string& value, Code failure) {
 void Startup::start(std::string_view file, const HandOver& handOver) {
   if (state_.didStart) return;
   const std::string name = withoutExtension(file);
-  const support::TextDictionary values = readConfiguration(bundle_, name);
-  const SornMode mode = modeOf(values.at(support::modeEntry));
+  const configuration::TextDictionary values = readConfiguration(bundle_, name);
+  const SornMode mode = modeOf(values.at(configuration::modeEntry));
   support::Credentials credentials;
-  credentials.applicationKey = decipher(values.at(support::applicationKeyEntry), Code::invalidAppKey);
+  credentials.applicationKey = decipher(values.at(configuration::applicationKeyEntry), Code::invalidAppKey);
   credentials.applicationSecret =
-      decipher(values.at(support::applicationSecretEntry), Code::invalidAppSecret);
-  credentials.environment = values.at(support::environmentEntry);
-  credentials.baseURL =
-      decipher(values.at(support::environmentEntry), Code::invalidEnvironment) + std::string(pathOfEndpoints);
+      decipher(values.at(configuration::applicationSecretEntry), Code::invalidAppSecret);
+  credentials.environment = values.at(configuration::environmentEntry);
+  credentials.baseURL = decipher(values.at(configuration::environmentEntry), Code::invalidEnvironment) +
+                        std::string(pathOfEndpoints);
   account_.set(std::move(credentials));
   handOver.beforeNameIsKept();
   using sync::MaintenanceRoutine;

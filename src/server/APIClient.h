@@ -11,9 +11,9 @@
 #include "server/EventReport.h"
 #include "store/ManagedObjectContext.h"
 #include "support/Account.h"
-#include "support/Json.h"
 #include "support/Logger.h"
 #include "support/Tasks.h"
+#include "support/json/Json.h"
 
 namespace sorn::server {
 

@@ -10,8 +10,8 @@
 #include "device/KeychainWrapper.h"
 #include "documents/Configuration.h"
 #include "support/Account.h"
-#include "support/Json.h"
 #include "support/Logger.h"
+#include "support/json/Json.h"
 
 namespace sorn::server {
 

@@ -7,7 +7,7 @@
 #include "store/ManagedObjectContext.h"
 #include "store/entities/SNDevice.h"
 #include "store/entities/SNUser.h"
-#include "support/JsonWriter.h"
+#include "support/json/JsonWriter.h"
 
 namespace sorn::server {
 

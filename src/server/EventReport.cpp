@@ -5,9 +5,9 @@
 
 #include "store/entities/SNDevice.h"
 #include "store/entities/SNUser.h"
-#include "support/Json.h"
-#include "support/JsonCheck.h"
-#include "support/JsonWriter.h"
+#include "support/json/Json.h"
+#include "support/json/JsonCheck.h"
+#include "support/json/JsonWriter.h"
 
 namespace sorn::server {
 

@@ -5,8 +5,8 @@
 #include "store/entities/SNLocations.h"
 #include "store/entities/SNPreferences.h"
 #include "store/entities/SNPushGateway.h"
-#include "support/Json.h"
-#include "support/JsonWriter.h"
+#include "support/json/Json.h"
+#include "support/json/JsonWriter.h"
 
 namespace sorn::store {
 

@@ -6,7 +6,7 @@
 
 #include <zlib.h>
 
-#include "support/Json.h"
+#include "support/json/Json.h"
 
 namespace sorn::support {
 

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <cstdint>
 
-#include "support/Json.h"
+#include "support/json/Json.h"
 
 namespace sorn::support {
 

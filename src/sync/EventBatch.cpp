@@ -4,7 +4,7 @@
 #include <tuple>
 #include <vector>
 
-#include "support/JsonWriter.h"
+#include "support/json/JsonWriter.h"
 
 namespace sorn::sync {
 

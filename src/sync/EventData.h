@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "sorn/Value.h"
-#include "support/JsonWriter.h"
+#include "support/json/JsonWriter.h"
 
 namespace sorn::sync {
 

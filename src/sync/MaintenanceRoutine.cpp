@@ -8,7 +8,7 @@
 #include "store/entities/SNPreferences.h"
 #include "store/entities/SNPushGateway.h"
 #include "support/Fault.h"
-#include "support/Json.h"
+#include "support/json/Json.h"
 #include "sync/EventBatch.h"
 
 namespace sorn::sync {

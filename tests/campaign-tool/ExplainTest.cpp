@@ -5,7 +5,7 @@
 #include "campaigns/Samples.h"
 #include "fakes/ToolTest.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 namespace {
 
 using campaigns::campaignText;
@@ -110,4 +110,4 @@ TEST_F(Explain, FileThatTheLibraryWouldRefuseIsAFailure) {
 }
 
 }  // namespace
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -3,7 +3,7 @@
 
 #include "fakes/ToolTest.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 namespace {
 
 using CampaignProgram = tests::ToolTest;
@@ -92,4 +92,4 @@ TEST_F(CampaignProgram, AFullOutputIsAFailure) {
 }
 
 }  // namespace
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -7,9 +7,9 @@
 #include "draw/Pixels.h"
 #include "fakes/ChildProcess.h"
 #include "fakes/ToolTest.h"
-#include "linux/ScriptedServer.h"
+#include "http/ScriptedServer.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 namespace {
 
 std::string document(const std::string& content) {
@@ -71,7 +71,7 @@ TEST_F(Render, APictureHasTheSizeAndTheColoursOfTheCampaign) {
 TEST_F(Render, PicturesComeFromTheNetworkAndFromFiles) {
   draw::writePng({2, 2, {0xFF00FF00, 0xFF00FF00, 0xFF00FF00, 0xFF00FF00}}, (folder_ / "green.png").string());
   const std::string bytes = folder_.read("green.png");
-  testing::ScriptedServer server([&](const testing::Request& request, testing::Connection& connection) {
+  tests::ScriptedServer server([&](const tests::Request& request, tests::Connection& connection) {
     // The status is not looked at.
     connection.answer(request.target == "/green.png" ? "404 Not Found" : "200 OK",
                       request.target == "/green.png" ? bytes : "<html></html>");
@@ -144,4 +144,4 @@ TEST_F(Render, WatchingDrawsAgainWhenTheFileChanges) {
 }
 
 }  // namespace
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

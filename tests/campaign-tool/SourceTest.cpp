@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "sorn-campaign/Source.h"
-#include "support/Json.h"
+#include "support/json/Json.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 namespace {
 
 TEST(Source, TakesAndRefusesWhatTheLibrarysReaderDoes) {
@@ -58,4 +58,4 @@ TEST(Source, LinesEndBehindTheirLineFeed) {
 }
 
 }  // namespace
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -7,7 +7,7 @@
 #include "documents/CampaignTexts.h"
 #include "sorn-campaign/Validation.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 namespace {
 
 using documents::replaced;
@@ -151,4 +151,4 @@ TEST(Validation, AFaultyValueHasItsFaultAlone) {
 }
 
 }  // namespace
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

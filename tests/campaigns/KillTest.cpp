@@ -7,13 +7,13 @@
 
 #include "documents/SornInAppCampaign.h"
 #include "fakes/ChildProcess.h"
-#include "linux/TemporaryFolder.h"
+#include "fakes/TemporaryFolder.h"
 
 namespace sorn::campaigns {
 namespace {
 
 TEST(CampaignFile, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
-  const testing::TemporaryFolder folder;
+  const tests::TemporaryFolder folder;
   const std::string file = "data/store-loop/application-support/key_inAppCampaigns.json";
   std::mt19937 engine(7);
   std::uniform_int_distribution<int> microseconds(0, 20'000);

@@ -4,7 +4,7 @@
 
 #include "campaigns/ManagerFixture.h"
 #include "campaigns/SornInAppCampaignManager.h"
-#include "linux/FullDisk.h"
+#include "fakes/FullDisk.h"
 
 namespace sorn::campaigns {
 namespace {
@@ -72,7 +72,7 @@ TEST_F(CampaignStorage, StoredListReplacesMemoryAndFileAndSurvivesARestart) {
   library().campaigns().storeCampaigns({campaign});
   EXPECT_EQ(filed(), "f\xC3\xBCll ");
   EXPECT_THAT(file(), ::testing::HasSubstr("\n  ")) << "it is printed for people";
-  EXPECT_EQ(testing::modeOf(host_.folder / fileName), "0600");
+  EXPECT_EQ(tests::modeOf(host_.folder / fileName), "0600");
   EXPECT_EQ(filesInFolder(), 1);
   EXPECT_THAT(known(), ElementsAre("f\xC3\xBCll"));
   restart();
@@ -90,14 +90,14 @@ TEST_F(CampaignStorage, StoringMakesTheFolder) {
   host_.directories->documentFolders = {host_.folder / "deep/er"};
   library().campaigns().storeCampaigns(listWith({"a"}));
   EXPECT_FALSE(host_.folder.read("deep/er/key_inAppCampaigns.json").empty());
-  EXPECT_EQ(testing::modeOf(host_.folder / "deep/er"), "0700");
+  EXPECT_EQ(tests::modeOf(host_.folder / "deep/er"), "0700");
 }
 
 TEST_F(CampaignStorage, MemoryFollowsWhenTheDiskIsFullAndTheOldFileStaysWhole) {
   library().campaigns().storeCampaigns(listWith({"old"}));
   const std::string before = file();
   {
-    const testing::FullDisk disk(1000);
+    const tests::FullDisk disk(1000);
     library().campaigns().storeCampaigns(listWith({"a", "b", "c", "d", "e", "f", "g", "h"}));
   }
   EXPECT_EQ(known().size(), 8u);

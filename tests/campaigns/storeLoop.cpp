@@ -6,8 +6,8 @@
 
 #include "campaigns/Samples.h"
 #include "facade/Library.h"
-#include "linux/HeadlessPlatform.h"
-#include "linux/HostBundle.h"
+#include "host/HeadlessPlatform.h"
+#include "host/HostBundle.h"
 
 namespace {
 
@@ -23,11 +23,11 @@ sorn::documents::Campaigns longList(const std::string& name, std::size_t count) 
 
 int main(int count, char** arguments) {
   if (count != 2) return 2;
-  auto bundle = std::make_shared<sorn::headless::HostBundle>();
+  auto bundle = std::make_shared<sorn::host::HostBundle>();
   bundle->setIdentifier("store-loop");
   sorn::platform::Platform ports;
   ports.bundle = std::move(bundle);
-  sorn::headless::fillHeadless(ports, sorn::headless::XdgHomes::below(arguments[1]));
+  sorn::host::fillHeadless(ports, sorn::host::XdgHomes::below(arguments[1]));
   sorn::facade::Library library(std::move(ports));
   library.account().set({"key", "secret", "", "http://127.0.0.1:9/"});
   const auto first = longList("first", 15);

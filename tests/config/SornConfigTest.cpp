@@ -8,7 +8,7 @@
 // The tool is run as a user runs it, and what it writes is read by other programs: `openssl` deciphers
 // (triple DES with one key three times is DES), Python's plistlib reads the property list.
 
-namespace sorn::testing {
+namespace sorn::tests {
 namespace {
 
 class SornConfig : public tests::ToolTest {
@@ -143,4 +143,4 @@ TEST_F(SornConfig, ShowsOnlyWhatTheLibraryCouldUse) {
 }
 
 }  // namespace
-}  // namespace sorn::testing
+}  // namespace sorn::tests

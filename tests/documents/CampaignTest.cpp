@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "documents/CampaignTexts.h"
-#include "support/Json.h"
+#include "support/json/Json.h"
 
 namespace sorn::documents {
 namespace {

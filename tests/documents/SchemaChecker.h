@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "support/Json.h"
+#include "support/json/Json.h"
 
 namespace sorn::documents {
 

@@ -12,8 +12,8 @@
 #include "documents/JsonSchema.h"
 #include "documents/SchemaChecker.h"
 #include "documents/SornInAppCampaignDescription.h"
-#include "support/Json.h"
-#include "support/JsonWriter.h"
+#include "support/json/Json.h"
+#include "support/json/JsonWriter.h"
 
 namespace sorn::documents {
 namespace {

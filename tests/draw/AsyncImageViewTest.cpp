@@ -14,7 +14,7 @@ namespace sorn::draw {
 namespace {
 
 // Keeps what is asked for until the test answers it.
-class HeldSource : public layout::ImageSource {
+class HeldSource : public view::ImageSource {
  public:
   std::unique_ptr<Fetch> fetch(const std::string& url, Completion completion) override {
     struct Held : Fetch {

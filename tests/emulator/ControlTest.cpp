@@ -3,7 +3,7 @@
 #include <fstream>
 
 #include "emulator/EmulatorFixture.h"
-#include "linux/TemporaryFolder.h"
+#include "fakes/TemporaryFolder.h"
 
 namespace sorn::emulator::test {
 namespace {
@@ -149,7 +149,7 @@ TEST_F(ControlTest, OnlyTheRightPathsLeadToTheFiles) {
 }
 
 TEST(Seed, FolderIsWhatTheServiceBeginsWith) {
-  const sorn::testing::TemporaryFolder folder;
+  const sorn::tests::TemporaryFolder folder;
   folder.write("campaigns.json", "[1]");
   folder.write("inbox.json", R"([{"campaign_id":"7"}])");
   folder.write("configuration.json", "null");
@@ -165,7 +165,7 @@ TEST(Seed, FolderIsWhatTheServiceBeginsWith) {
 }
 
 TEST(RecordFile, GetsALineForEachRequestBehindWhatWasThere) {
-  const sorn::testing::TemporaryFolder folder;
+  const sorn::tests::TemporaryFolder folder;
   const auto file = folder.write("record.jsonl", "{\"before\":true}\n");
   {
     Emulator emulator({.accounts = {{"demo", "topsecret"}}, .record = file});

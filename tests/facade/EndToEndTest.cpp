@@ -19,7 +19,7 @@ class EndToEnd : public ::testing::Test {
     host_.usesNetwork = true;
     host_.folder.write("c.plist",
                        config::configurationText({"app", "s3cr\xC3\xA9t", "development", emulator_.origin()},
-                                                 support::PropertyListForm::binary));
+                                                 configuration::PropertyListForm::binary));
   }
   Library& start() {
     library_.reset();

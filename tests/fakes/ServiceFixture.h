@@ -28,7 +28,7 @@ class ServiceFixture : public ::testing::Test {
     ::setenv("SNSORN_FORCE_LOGGING", "1", 1);
     host_.folder.write("c.plist",
                        config::configurationText({"key", "secret", "development", "http://service.test:8080"},
-                                                 support::PropertyListForm::binary));
+                                                 configuration::PropertyListForm::binary));
     configure("");
     respond(TestHost::reportPath, answer(200));
   }

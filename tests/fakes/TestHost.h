@@ -17,9 +17,9 @@
 #include "fakes/FakeHost.h"
 #include "fakes/FakeTransport.h"
 #include "fakes/Polling.h"
-#include "linux/CurlTransport.h"
-#include "linux/MainQueueThread.h"
-#include "linux/TemporaryFolder.h"
+#include "fakes/TemporaryFolder.h"
+#include "host/MainQueueThread.h"
+#include "http/CurlTransport.h"
 
 namespace sorn::tests {
 
@@ -63,13 +63,13 @@ class TestHost {
     });
     platform::Platform ports;
     ports.clock = clock;
-    ports.mainQueue = std::make_shared<headless::MainQueueThread>();
+    ports.mainQueue = std::make_shared<host::MainQueueThread>();
     ports.bundle = bundle;
     ports.directories = directories;
     ports.userDefaults = defaults;
     ports.secureStore = secureStore;
     ports.httpTransport = transport;
-    if (usesNetwork) ports.httpTransport = std::make_shared<headless::CurlTransport>();
+    if (usesNetwork) ports.httpTransport = std::make_shared<http::CurlTransport>();
     ports.deviceFacts = facts;
     ports.application = application;
     ports.systemLog = log;
@@ -110,7 +110,7 @@ class TestHost {
   }
   std::filesystem::path databaseFile() const { return folder / "documents/SNSornDB.sqlite"; }
 
-  const testing::TemporaryFolder folder;
+  const tests::TemporaryFolder folder;
   const std::shared_ptr<FakeClock> clock = std::make_shared<FakeClock>();
   const std::shared_ptr<FakeBundle> bundle = std::make_shared<FakeBundle>();
   const std::shared_ptr<FakeDirectories> directories = std::make_shared<FakeDirectories>();

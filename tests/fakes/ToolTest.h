@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
-#include "linux/TemporaryFolder.h"
+#include "fakes/TemporaryFolder.h"
 
 namespace sorn::tests {
 
@@ -35,7 +35,7 @@ class ToolTest : public ::testing::Test {
   }
   Outcome tool(const std::string& arguments) const { return shell(SORN_TOOL " " + arguments); }
 
-  const testing::TemporaryFolder folder_;
+  const tests::TemporaryFolder folder_;
 };
 
 }  // namespace sorn::tests

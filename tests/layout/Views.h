@@ -106,7 +106,7 @@ class Laid {
 
  private:
   SornView root_;
-  campaign::FixedMetric metric_{10, 20};
+  tool::FixedMetric metric_{10, 20};
   LayoutTree tree_{root_, metric_};
   std::unique_ptr<LayoutItem> item_ = tree_.takeRoot();
 };

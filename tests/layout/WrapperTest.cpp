@@ -27,7 +27,7 @@ class Wrapper : public ::testing::Test {
     return CommandText::of(list_);
   }
 
-  campaign::FixedMetric metric_{10, 20};
+  tool::FixedMetric metric_{10, 20};
   std::unique_ptr<SornViewWrapper> wrapper_;
   DisplayList list_;
 };

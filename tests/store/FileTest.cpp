@@ -45,19 +45,19 @@ TEST(StoreFile, FileAndFoldersBelongToTheUserAlone) {
   const auto library = host.launch();
   library->database().currentApplication();
   const auto documents = host.folder / "deep/documents";
-  EXPECT_EQ(testing::modeOf(host.folder / "deep"), "0700");
-  EXPECT_EQ(testing::modeOf(documents), "0700");
-  EXPECT_EQ(testing::modeOf(documents / "SNSornDB.sqlite"), "0600");
-  EXPECT_EQ(testing::modeOf(documents / "SNSornDB.sqlite-wal"), "0600");
+  EXPECT_EQ(tests::modeOf(host.folder / "deep"), "0700");
+  EXPECT_EQ(tests::modeOf(documents), "0700");
+  EXPECT_EQ(tests::modeOf(documents / "SNSornDB.sqlite"), "0600");
+  EXPECT_EQ(tests::modeOf(documents / "SNSornDB.sqlite-wal"), "0600");
   EXPECT_FALSE(std::filesystem::exists(host.folder / "x")) << "the last candidate is the one";
 }
 
 TEST(StoreFile, EmptyFileOfWiderRightsBecomesAPrivateStore) {
-  const testing::TemporaryFolder folder;
+  const tests::TemporaryFolder folder;
   folder.write("s.sqlite", "");
   std::filesystem::permissions(folder / "s.sqlite", std::filesystem::perms(0644));
   makeStore(folder / "s.sqlite");
-  EXPECT_EQ(testing::modeOf(folder / "s.sqlite"), "0600");
+  EXPECT_EQ(tests::modeOf(folder / "s.sqlite"), "0600");
   EXPECT_EQ(tests::RawDatabase(folder / "s.sqlite").column("SELECT action FROM SNEvent"), "a");
 }
 
@@ -192,7 +192,7 @@ TEST(StoreFile, HeldByAnotherProcessIsLeftToItAndFreeAfterItsDeath) {
 }
 
 TEST(StoreFile, ProcessKilledBetweenSavesLosesNothingThatASaveReported) {
-  const testing::TemporaryFolder folder;
+  const tests::TemporaryFolder folder;
   int saved = 0;
   for (const int lines : {3, 40, 400}) {
     std::filesystem::remove(folder / "s.sqlite");
@@ -245,7 +245,7 @@ TEST(StoreFile, QuietMovesTheLogIntoTheDatabaseAndStartsItAfresh) {
 }
 
 TEST(StoreFile, LogStaysBoundedWhileNobodyRests) {
-  const testing::TemporaryFolder folder;
+  const tests::TemporaryFolder folder;
   tests::FakeClock clock;
   support::SerialQueue queue;
   ManagedObjectContext context(queue, clock, open(folder / "s.sqlite"));

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "fakes/FullDisk.h"
 #include "fakes/RawDatabase.h"
-#include "linux/FullDisk.h"
-#include "linux/TemporaryFolder.h"
+#include "fakes/TemporaryFolder.h"
 #include "store/sqlite/Database.h"
 
 namespace sorn::store::sqlite {
@@ -42,7 +42,7 @@ class LogGathering : public ::testing::Test {
     return raw.column("SELECT count(*) || ' ' || total(length(text)) FROM t");
   }
 
-  testing::TemporaryFolder folder_;
+  tests::TemporaryFolder folder_;
   Database database_;
 };
 
@@ -111,7 +111,7 @@ TEST_F(LogGathering, CommitThatDoesNotFitFailsAndTheNextSucceeds) {
   const auto size = std::filesystem::file_size(file().string() + "-wal");
   // Room for nothing more, for a part of a frame, and for a frame but not the whole commit.
   for (const rlim_t room : {0, 1000, 5000}) {
-    const testing::FullDisk disk(size + room);
+    const tests::FullDisk disk(size + room);
     EXPECT_FALSE(database_.execute(insertOf(20, 600).c_str()));
     EXPECT_EQ(found(), "1 600.0");
   }
@@ -128,7 +128,7 @@ TEST_F(LogGathering, EachSmallCommitAfterAFailureIsInTheFile) {
     run("DELETE FROM t");
     const auto logged = std::filesystem::file_size(file().string() + "-wal");
     {
-      const testing::FullDisk disk(isUsedBefore ? 20'000 : logged);
+      const tests::FullDisk disk(isUsedBefore ? 20'000 : logged);
       EXPECT_FALSE(database_.execute(insertOf(20, 1500).c_str()));
     }
     for (int rows = 1; rows <= 24; ++rows) {

@@ -1,4 +1,4 @@
-#include "linux/FullDisk.h"
+#include "fakes/FullDisk.h"
 #include "store/StoreFixture.h"
 
 namespace sorn::store {
@@ -32,7 +32,7 @@ TEST_F(SaveTest, FullDiskLosesNothingAndIsWrittenOnceThereIsRoom) {
   ASSERT_TRUE(save());
   const auto log = file().string() + "-wal";
   {
-    const testing::FullDisk full(std::filesystem::file_size(log) + 4096);
+    const tests::FullDisk full(std::filesystem::file_size(log) + 4096);
     const auto big = addEvent("b");
     run([&] { big->set(SNEvent::extra, std::string(200'000, 'x')); });
     EXPECT_FALSE(save());

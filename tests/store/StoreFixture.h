@@ -9,7 +9,7 @@
 
 #include "fakes/FakeClock.h"
 #include "fakes/RawDatabase.h"
-#include "linux/TemporaryFolder.h"
+#include "fakes/TemporaryFolder.h"
 #include "store/ManagedObjectContext.h"
 #include "store/entities/SNApplication.h"
 #include "store/entities/SNDevice.h"
@@ -90,7 +90,7 @@ class StoreFixture : public ::testing::Test {
   }
 
   tests::FakeClock clock_;
-  const testing::TemporaryFolder folder_;
+  const tests::TemporaryFolder folder_;
   std::unique_ptr<support::SerialQueue> queue_;
   std::unique_ptr<ManagedObjectContext> context_;
 };

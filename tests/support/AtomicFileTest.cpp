@@ -10,7 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "linux/TemporaryFolder.h"
+#include "fakes/TemporaryFolder.h"
 #include "support/AtomicFile.h"
 
 namespace sorn::support {
@@ -19,7 +19,7 @@ namespace {
 
 using Names = std::set<std::string>;
 
-Names namesIn(const testing::TemporaryFolder& folder) {
+Names namesIn(const tests::TemporaryFolder& folder) {
   Names names;
   for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
     names.insert(entry.path().filename());
@@ -47,7 +47,7 @@ void dieWhileWriting(const std::filesystem::path& file) {
 }  // namespace
 
 TEST(AtomicFile, WhatADeadProcessLeftGoesWithTheNextWrite) {
-  const testing::TemporaryFolder folder;
+  const tests::TemporaryFolder folder;
   ASSERT_FALSE(writeAtomically(folder / "file", "one"));
   for (int death = 0; death < 3; ++death) dieWhileWriting(folder / "file");
   EXPECT_EQ(folder.read("file"), "one");
@@ -59,7 +59,7 @@ TEST(AtomicFile, WhatADeadProcessLeftGoesWithTheNextWrite) {
 }
 
 TEST(AtomicFile, TemporaryOfALivingWriterAndFilesOfOthersStay) {
-  const testing::TemporaryFolder folder;
+  const tests::TemporaryFolder folder;
   const Names others = {".file.backup", ".file.sorn-",        ".file.sorn-abcde", ".file.sorn-abcdefg",
                         ".file",        ".files.sorn-abcdef", "file.sorn-abcdef", ".sorn-abcdef"};
   for (const std::string& name : others) folder.write(name, "mine");
@@ -82,7 +82,7 @@ TEST(AtomicFile, TemporaryOfALivingWriterAndFilesOfOthersStay) {
 }
 
 TEST(AtomicFile, WritersSideBySideDoNotTakeEachOtherForDead) {
-  const testing::TemporaryFolder folder;
+  const tests::TemporaryFolder folder;
   std::atomic<int> failures = 0;
   std::vector<std::thread> writers;
   writers.reserve(4);

@@ -8,7 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "linux/TemporaryFolder.h"
+#include "fakes/TemporaryFolder.h"
 #include "support/Base64.h"
 #include "support/ForkGuard.h"
 #include "support/Url.h"
@@ -136,7 +136,7 @@ TEST(Uuid, IsARandomIdentifierInUpperCaseAndEachThreadHasItsOwn) {
 }
 
 TEST(Fork, TheChildKnowsAndDrawsOtherIdentifiers) {
-  const testing::TemporaryFolder folder;
+  const tests::TemporaryFolder folder;
   installForkGuard();
   makeUuid();  // the pool is part used
   const pid_t child = fork();

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "support/Json.h"
-#include "support/JsonWriter.h"
+#include "support/json/Json.h"
+#include "support/json/JsonWriter.h"
 
 namespace sorn::support {
 namespace {

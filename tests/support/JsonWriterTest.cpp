@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include "support/Json.h"
-#include "support/JsonCheck.h"
-#include "support/JsonWriter.h"
+#include "support/json/Json.h"
+#include "support/json/JsonCheck.h"
+#include "support/json/JsonWriter.h"
 
 namespace sorn::support {
 namespace {

@@ -7,7 +7,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "support/TextScan.h"
+#include "support/json/TextScan.h"
 
 namespace sorn::support {
 

@@ -6,15 +6,20 @@
 #include <unicode/regex.h>
 #include <unicode/unistr.h>
 
-#include "support/Json.h"
-#include "support/NamePatterns.h"
+#include "device/VersionNumber.h"
+#include "events/NamePatterns.h"
 #include "support/TextTrim.h"
-#include "support/VersionNumber.h"
+#include "support/json/Json.h"
 
 namespace sorn::support {
 namespace {
 
 using namespace std::literals;
+using device::VersionNumber;
+using events::isEventName;
+using events::isExtraKey;
+using events::isScreenName;
+using events::keyAndValue;
 
 // ICU's regular expressions, which the matchers must agree with.
 class Pattern {

@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "fakes/ChildProcess.h"
-#include "linux/TemporaryFolder.h"
+#include "fakes/TemporaryFolder.h"
 #include "sorn-emulator/Emulator.h"
 
 namespace sorn::tests {
@@ -18,7 +18,7 @@ struct Site {
   explicit Site(bool lightMode = false);
 
   emulator::Emulator service;
-  testing::TemporaryFolder folder;
+  tests::TemporaryFolder folder;
   std::filesystem::path configuration;
   std::filesystem::path data;
 };

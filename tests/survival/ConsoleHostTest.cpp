@@ -36,7 +36,7 @@ TEST(ConsoleHostProgram, LinesThatCannotBeRunAreAnsweredWithTheReason) {
 }
 
 TEST(ConsoleHostProgram, EndsWithTheStatusThatItsArgumentsDeserve) {
-  const testing::TemporaryFolder folder;
+  const tests::TemporaryFolder folder;
   const std::pair<const char*, int> cases[] = {
       {"''", 2}, {"A.plist --data ''", 2}, {"A.plist --data", 2}, {"A.plist --data data <&- >&- 2>&-", 0}};
   for (const auto& [arguments, status] : cases) {

@@ -6,7 +6,7 @@
 
 #include "support/BoundedFile.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 namespace {
 
@@ -41,4 +41,4 @@ std::optional<documents::SornInAppCampaign> readCampaign(const std::string& path
   return std::nullopt;
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -5,7 +5,7 @@
 
 #include "documents/SornInAppCampaign.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 // The campaigns of a file. Absent after a line to standard error that says why it can't be read or where its
 // first fault is.
@@ -16,4 +16,4 @@ std::optional<documents::Campaigns> readCampaigns(const std::string& path);
 std::optional<documents::SornInAppCampaign> readCampaign(const std::string& path,
                                                          const std::optional<std::string>& id);
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -16,10 +16,10 @@
 #include "sorn-campaign/CampaignFile.h"
 #include "sorn-campaign/Options.h"
 #include "sorn-campaign/Subcommand.h"
-#include "support/Json.h"
-#include "support/JsonWriter.h"
+#include "support/json/Json.h"
+#include "support/json/JsonWriter.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 namespace {
 
@@ -163,4 +163,4 @@ int runExplain(Arguments arguments) {
   return done;
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

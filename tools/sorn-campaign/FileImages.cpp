@@ -8,13 +8,13 @@
 #include "support/BoundedFile.h"
 #include "support/Url.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 namespace {
 
 constexpr std::size_t longestPicture = std::size_t{64} << 20;
 
-class Reading final : public layout::ImageSource::Fetch {
+class Reading final : public view::ImageSource::Fetch {
  public:
   explicit Reading(std::shared_ptr<std::atomic<bool>> isWanted) : isWanted_(std::move(isWanted)) {}
   ~Reading() override { *isWanted_ = false; }
@@ -31,7 +31,7 @@ std::optional<std::string> bytesOf(const std::string& path) {
 
 }  // namespace
 
-std::unique_ptr<layout::ImageSource::Fetch> FileImages::fetch(const std::string& url, Completion completion) {
+std::unique_ptr<view::ImageSource::Fetch> FileImages::fetch(const std::string& url, Completion completion) {
   const auto address = support::Url::parse(url);
   if (!address || address->scheme() != "file") return others_.fetch(url, std::move(completion));
   auto isWanted = std::make_shared<std::atomic<bool>>(true);
@@ -41,4 +41,4 @@ std::unique_ptr<layout::ImageSource::Fetch> FileImages::fetch(const std::string&
   return std::make_unique<Reading>(std::move(isWanted));
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -11,7 +11,7 @@
 #include <unicode/uchar.h>
 #include <unicode/utext.h>
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 namespace {
 
@@ -162,4 +162,4 @@ std::shared_ptr<layout::PreparedText> FixedMetric::prepare(layout::TextRun run) 
   return std::make_shared<FixedText>(std::move(run), advance_, lineHeight_);
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -4,7 +4,7 @@
 
 #include "layout/Text.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 // Measures texts as if every character a reader counts (a grapheme cluster) had the same advance and every
 // line the same height, whatever the font: layouts that can be worked out by hand. Lines break where Unicode
@@ -20,4 +20,4 @@ class FixedMetric : public layout::TextMeasure {
   double lineHeight_;
 };
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -15,9 +15,9 @@
 #include "sorn-campaign/Lengths.h"
 #include "sorn-campaign/Options.h"
 #include "sorn-campaign/Subcommand.h"
-#include "support/JsonWriter.h"
+#include "support/json/JsonWriter.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 namespace {
 
@@ -98,4 +98,4 @@ int runLayout(Arguments arguments) {
   return done;
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -3,7 +3,7 @@
 #include <charconv>
 #include <system_error>
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 std::optional<double> readLength(std::string_view text) {
   constexpr double longest = 1e6;
@@ -21,4 +21,4 @@ std::optional<layout::Size> readSize(std::string_view text) {
   return width && height ? std::optional(layout::Size{*width, *height}) : std::nullopt;
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

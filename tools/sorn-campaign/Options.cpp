@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 std::optional<std::string> readOptions(Arguments arguments, std::string& file, const OptionHandler& handler) {
   for (std::size_t at = 0; at < arguments.size(); ++at) {
@@ -36,4 +36,4 @@ int refuse(const std::string& reason) {
   return badUsage;
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -7,7 +7,7 @@
 
 #include "sorn-campaign/Subcommand.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 // What became of an option: nobody knows it, its value makes no sense, or it was taken, alone or with a
 // value.
@@ -22,4 +22,4 @@ std::optional<std::string> readOptions(Arguments arguments, std::string& file, c
 // Says on standard error what is wrong with the arguments; the exit status.
 int refuse(const std::string& reason);
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -16,7 +16,7 @@
 #include "sorn-campaign/Renderer.h"
 #include "sorn-campaign/Subcommand.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 namespace {
 
@@ -102,4 +102,4 @@ int runRender(Arguments arguments) {
   return renderOnce(question, renderer);
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

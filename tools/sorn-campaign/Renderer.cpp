@@ -12,20 +12,19 @@
 #include "draw/Canvas.h"
 #include "draw/PangoTextMeasure.h"
 #include "draw/Picture.h"
+#include "host/MainQueueThread.h"
+#include "host/SystemClock.h"
+#include "http/CurlTransport.h"
 #include "layout/SornViewWrapper.h"
-#include "linux/CurlTransport.h"
-#include "linux/MainQueueThread.h"
-#include "linux/SystemClock.h"
 #include "sorn-campaign/FileImages.h"
 #include "support/Tasks.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 // What the library gives its campaigns, without the rest of the library.
 struct Renderer::Services {
-  std::shared_ptr<headless::MainQueueThread> mainQueue = std::make_shared<headless::MainQueueThread>();
-  support::Tasks tasks{std::make_shared<headless::SystemClock>(),
-                       std::make_shared<headless::CurlTransport>()};
+  std::shared_ptr<host::MainQueueThread> mainQueue = std::make_shared<host::MainQueueThread>();
+  support::Tasks tasks{std::make_shared<host::SystemClock>(), std::make_shared<http::CurlTransport>()};
   campaigns::ImageLoader network{tasks};
   FileImages images{network};
 
@@ -103,4 +102,4 @@ draw::Pixels Renderer::render(const documents::SornInAppCampaign& campaign) {
   return pixels;
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

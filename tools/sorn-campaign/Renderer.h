@@ -9,7 +9,7 @@
 #include "draw/Pixels.h"
 #include "layout/Geometry.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 // Draws campaigns as a user sees them at rest, with their pictures fetched as the library fetches them;
 // addresses of files are followed too. Below everything lies a white ground, in place of the host's own
@@ -40,4 +40,4 @@ class Renderer {
   std::unique_ptr<Services> services_;
 };
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -4,7 +4,7 @@
 #include "documents/SornInAppCampaignDescription.h"
 #include "sorn-campaign/Subcommand.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 int runSchema(Arguments arguments) {
   if (!arguments.empty()) return badUsage;
@@ -13,4 +13,4 @@ int runSchema(Arguments arguments) {
   return done;
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -6,7 +6,7 @@
 
 #include "documents/EventCatalogue.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 namespace {
 
@@ -66,4 +66,4 @@ std::vector<Obstacle> obstaclesOf(const Campaign& campaign) {
   return found.take();
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

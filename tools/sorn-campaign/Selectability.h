@@ -5,7 +5,7 @@
 
 #include "documents/SornInAppCampaign.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 // Why a campaign that is well formed is never selected, whatever happens on the device, and the value that
 // is to blame, from the campaign down.
@@ -16,4 +16,4 @@ struct Obstacle {
 
 std::vector<Obstacle> obstaclesOf(const documents::SornInAppCampaign& campaign);
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

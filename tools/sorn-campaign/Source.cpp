@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 Lines::Lines(std::string_view text) : starts_{0} {
   for (std::size_t at = text.find('\n'); at != std::string_view::npos; at = text.find('\n', at + 1)) {
@@ -41,4 +41,4 @@ std::size_t offsetOf(const SourceNode& root, std::span<const documents::PathStep
   return node->offset;
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

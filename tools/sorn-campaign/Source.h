@@ -11,7 +11,7 @@
 
 // Where the values of a JSON text stand in it. The library's reader keeps no positions, so what it says about
 // a file is placed by this second pass.
-namespace sorn::campaign {
+namespace sorn::tool {
 
 // Of a byte: both are counted from 1, the column in bytes.
 struct LineColumn {
@@ -53,4 +53,4 @@ std::optional<SourceNode> readSource(std::string_view text, SyntaxFault& fault);
 // value on it, so for a missing key the brace of its object.
 std::size_t offsetOf(const SourceNode& root, std::span<const documents::PathStep> path);
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "sorn-campaign/Source.h"
-#include "support/Json.h"
+#include "support/json/Json.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 namespace {
 
@@ -205,4 +205,4 @@ std::optional<SourceNode> readSource(std::string_view text, SyntaxFault& fault) 
   return root;
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

@@ -2,7 +2,7 @@
 
 #include <span>
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 // Exit statuses of the tool.
 inline constexpr int done = 0;
@@ -25,4 +25,4 @@ int runSchema(Arguments arguments);
 int runLayout(Arguments arguments);
 int runRender(Arguments arguments);
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

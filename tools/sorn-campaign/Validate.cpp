@@ -7,7 +7,7 @@
 #include "support/BoundedFile.h"
 #include "support/Gzip.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 namespace {
 
@@ -44,4 +44,4 @@ int runValidate(Arguments arguments) {
   return status;
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

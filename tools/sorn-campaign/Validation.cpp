@@ -9,7 +9,7 @@
 #include "documents/SornInAppCampaign.h"
 #include "sorn-campaign/Selectability.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 namespace {
 
@@ -105,4 +105,4 @@ std::vector<Finding> validate(std::string_view text) {
   return findings;
 }
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

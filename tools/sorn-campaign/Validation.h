@@ -7,7 +7,7 @@
 
 #include "sorn-campaign/Source.h"
 
-namespace sorn::campaign {
+namespace sorn::tool {
 
 // Something to say about one value of a campaign file.
 struct Finding {
@@ -25,4 +25,4 @@ struct Finding {
 // Everything about the text of a campaign file, in the order of its bytes.
 std::vector<Finding> validate(std::string_view text);
 
-}  // namespace sorn::campaign
+}  // namespace sorn::tool

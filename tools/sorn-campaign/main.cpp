@@ -8,18 +8,18 @@
 
 namespace {
 
-using sorn::campaign::Subcommand;
+using sorn::tool::Subcommand;
 
 constexpr Subcommand subcommands[] = {
-    {"validate", "FILE...", sorn::campaign::runValidate},
+    {"validate", "FILE...", sorn::tool::runValidate},
     {"explain",
      "FILE (--event ACTION [--info JSON] | --trigger JSON) [--now S] [--state JSON] [--settings N]",
-     sorn::campaign::runExplain},
-    {"schema", "", sorn::campaign::runSchema},
+     sorn::tool::runExplain},
+    {"schema", "", sorn::tool::runSchema},
 #ifdef SORN_HAS_DRAWING
-    {"layout", "FILE [--id ID] --size WxH [--metric fixed:10x20] [--image WxH]", sorn::campaign::runLayout},
+    {"layout", "FILE [--id ID] --size WxH [--metric fixed:10x20] [--image WxH]", sorn::tool::runLayout},
     {"render", "FILE --out PNG [--id ID] [--size WxH] [--scale N] [--font FAMILY] [--watch]",
-     sorn::campaign::runRender},
+     sorn::tool::runRender},
 #endif
 };
 
@@ -36,17 +36,17 @@ int run(int count, char** arguments) {
   const std::string_view name = count > 1 ? arguments[1] : "";
   if (name == "--help") {
     printUsage(stdout);
-    return sorn::campaign::done;
+    return sorn::tool::done;
   }
   for (const Subcommand& subcommand : subcommands) {
     if (name != subcommand.name) continue;
     const int status = subcommand.run({arguments + 2, static_cast<std::size_t>(count - 2)});
-    if (status == sorn::campaign::badUsage) printUsage(stderr);
+    if (status == sorn::tool::badUsage) printUsage(stderr);
     return status;
   }
   if (!name.empty()) std::fprintf(stderr, "sorn-campaign: unknown subcommand %s\n", arguments[1]);
   printUsage(stderr);
-  return sorn::campaign::badUsage;
+  return sorn::tool::badUsage;
 }
 
 }  // namespace
@@ -55,5 +55,5 @@ int main(int count, char** arguments) {
   const int status = run(count, arguments);
   if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return status;
   std::fputs("sorn-campaign: standard output takes no more\n", stderr);
-  return sorn::campaign::failed;
+  return sorn::tool::failed;
 }

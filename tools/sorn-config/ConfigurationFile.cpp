@@ -6,21 +6,21 @@
 #include <system_error>
 #include <utility>
 
+#include "configuration/ConfigurationKeys.h"
 #include "support/Base64.h"
 #include "support/Cipher.h"
-#include "support/ConfigurationKeys.h"
 #include "support/Fault.h"
-#include "support/Json.h"
 #include "support/TextTrim.h"
 #include "support/Url.h"
+#include "support/json/Json.h"
 
 namespace sorn::config {
 
 namespace {
 
 support::CipherResult crypt(support::CipherOperation operation, const std::string& input) {
-  return support::tryCrypt(support::hexBytes(support::configurationKeyText),
-                           support::hexBytes(support::configurationVectorText), operation, input);
+  return support::tryCrypt(support::hexBytes(configuration::configurationKeyText),
+                           support::hexBytes(configuration::configurationVectorText), operation, input);
 }
 
 std::string enciphered(const std::string& text) {
@@ -44,10 +44,10 @@ struct Entry {
   bool isEnciphered;
 };
 
-constexpr std::array<Entry, 4> entries{{{support::applicationKeyEntry, &Account::key, true},
-                                        {support::applicationSecretEntry, &Account::secret, true},
-                                        {support::modeEntry, &Account::mode, false},
-                                        {support::environmentEntry, &Account::environment, true}}};
+constexpr std::array<Entry, 4> entries{{{configuration::applicationKeyEntry, &Account::key, true},
+                                        {configuration::applicationSecretEntry, &Account::secret, true},
+                                        {configuration::modeEntry, &Account::mode, false},
+                                        {configuration::environmentEntry, &Account::environment, true}}};
 
 // What the library's start takes for nothing, and so would refuse on the user's device.
 bool isBlank(std::string_view text) { return support::trimWhitespaceAndNewlines(text).empty(); }
@@ -74,20 +74,20 @@ std::string faultOf(const Account& account) {
     if (isBlank(text)) return subject + " is missing or blank";
     if (holdsControl(text)) return subject + " holds a control character";
   }
-  if (account.mode != support::developmentMode && account.mode != support::productionMode) {
+  if (account.mode != configuration::developmentMode && account.mode != configuration::productionMode) {
     return "the mode must be development or production";
   }
   return isOrigin(account.environment) ? ""
                                        : "the environment must be a web address, https://HOST or http://HOST";
 }
 
-std::string configurationText(const Account& account, support::PropertyListForm form) {
-  support::TextDictionary texts;
+std::string configurationText(const Account& account, configuration::PropertyListForm form) {
+  configuration::TextDictionary texts;
   for (const Entry& entry : entries) {
     const std::string& value = account.*entry.value;
     texts[entry.name] = entry.isEnciphered ? enciphered(value) : value;
   }
-  return support::propertyListText(texts, form);
+  return configuration::propertyListText(texts, form);
 }
 
 std::optional<Account> readConfiguration(const std::filesystem::path& file, std::string& error) {
@@ -96,7 +96,7 @@ std::optional<Account> readConfiguration(const std::filesystem::path& file, std:
     error = "there is no such file";
     return std::nullopt;
   }
-  const std::optional<support::TextDictionary> texts = support::readPropertyList(file);
+  const std::optional<configuration::TextDictionary> texts = configuration::readPropertyList(file);
   if (!texts) {
     error = "this is no readable property list with a dictionary of texts";
     return std::nullopt;

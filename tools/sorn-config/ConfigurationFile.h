@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "support/PropertyList.h"
+#include "configuration/PropertyList.h"
 
 namespace sorn::config {
 
@@ -21,7 +21,7 @@ struct Account {
 std::string faultOf(const Account& account);
 
 // The bytes of the file, with key, secret and environment enciphered.
-std::string configurationText(const Account& account, support::PropertyListForm form);
+std::string configurationText(const Account& account, configuration::PropertyListForm form);
 
 // Reads such a file back. Absent when it is none, or its account has a fault; the reason goes to `error`.
 std::optional<Account> readConfiguration(const std::filesystem::path& file, std::string& error);

@@ -11,7 +11,7 @@
 #include "sorn-config/ConfigurationFile.h"
 #include "sorn-config/Options.h"
 #include "support/AtomicFile.h"
-#include "support/JsonWriter.h"
+#include "support/json/JsonWriter.h"
 
 namespace {
 
@@ -47,8 +47,8 @@ int write(const sorn::config::Options& options) {
   if (out.has_parent_path() && !std::filesystem::is_directory(out.parent_path(), error)) {
     return failed(options.out, "the folder does not exist");
   }
-  const auto form =
-      options.isBinary ? sorn::support::PropertyListForm::binary : sorn::support::PropertyListForm::xml;
+  const auto form = options.isBinary ? sorn::configuration::PropertyListForm::binary
+                                     : sorn::configuration::PropertyListForm::xml;
   const std::string text =
       sorn::config::configurationText({options.key, options.secret, options.mode, options.environment}, form);
   error = sorn::support::writeAtomically(out, text);

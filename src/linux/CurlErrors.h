@@ -1,9 +1,0 @@
-#pragma once
-
-namespace sorn::headless {
-
-// The code of `platform::TransportError` for libcurl's `curlCode` and the system error that stood behind it
-// (0 when there was none).
-int transportErrorOf(int curlCode, int systemError);
-
-}  // namespace sorn::headless
