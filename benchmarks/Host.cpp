@@ -98,14 +98,14 @@ void Host::setBatchSize(std::int64_t events) {
 }
 
 void Host::report() {
-  library_.batch().startEventBatching(sync::EventBatch::Trigger::timer);
+  library_.services().batch.startEventBatching(events::EventBatch::Trigger::timer);
   waitUntilIdle();
 }
 
 void Host::waitUntilIdle() { facade::Diagnostics(library_.sorn()).waitUntilIdle(); }
 
 std::size_t Host::waiting() {
-  return library_.context().performBlockAndWait([this] { return library_.events().pendingCount(); });
+  return library_.context().performBlockAndWait([this] { return library_.services().events.pendingCount(); });
 }
 
 }  // namespace sorn::bench

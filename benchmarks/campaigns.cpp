@@ -105,7 +105,7 @@ Campaigns withTargets(std::size_t count) {
 double microsecondsToDecide(facade::Library& library, const store::SNEvent& event) {
   constexpr int rounds = 9;
   constexpr int calls = 200'000;
-  campaigns::SornInAppCampaignManager& manager = library.campaigns();
+  campaigns::SornInAppCampaignManager& manager = library.services().campaigns;
   double best = 1e9;
   for (int round = 0; round < rounds; ++round) {
     const auto begin = Clock::now();
@@ -127,7 +127,7 @@ void deciding(Figures& figures) {
   double few = 0;
   for (const auto& [count, name] :
        {std::pair{10, "10"}, std::pair{1'000, "1,000"}, std::pair{100'000, "100,000"}}) {
-    library.campaigns().storeCampaigns(withTargets(static_cast<std::size_t>(count)));
+    library.services().campaigns.storeCampaigns(withTargets(static_cast<std::size_t>(count)));
     const double time =
         library.context().performBlockAndWait([&] { return microsecondsToDecide(library, *event); });
     figures.atMost(std::string("deciding about an event that triggers none of ") + name, time, 1, "us");

@@ -11,7 +11,7 @@
 #include "Children.h"
 #include "Figures.h"
 #include "Host.h"
-#include "server/EventReport.h"
+#include "sync/EventReportBuilder.h"
 
 namespace sorn::bench {
 namespace {
@@ -22,9 +22,9 @@ void logMany(Host& host, std::size_t events) {
 
 platform::HttpBody buildReport(Host& host) {
   facade::Library& library = host.library();
-  server::EventReportBuilder builder(library.context(), *library.ports().userDefaults, library.logger());
+  sync::EventReportBuilder builder(library.context(), *library.ports().userDefaults, library.logger());
   const store::RowRanges events =
-      library.context().performBlockAndWait([&] { return library.events().pendingEvents(); });
+      library.context().performBlockAndWait([&] { return library.services().events.pendingEvents(); });
   return builder.build(events).value();
 }
 

@@ -32,23 +32,21 @@ std::map<std::string, std::string, std::less<>> textsOf(const std::string* json)
 
 }  // namespace
 
-SornInAppCampaignManager::SornInAppCampaignManager(store::DBManager& database,
-                                                   server::PublishedFiles& published,
-                                                   const platform::Directories& directories,
-                                                   platform::UserDefaults& defaults,
-                                                   const support::Account& account, support::Logger& logger,
-                                                   Handlers handlers)
+SornInAppCampaignManager::SornInAppCampaignManager(
+    store::DBManager& database, server::PublishedFiles& published, const platform::Directories& directories,
+    platform::UserDefaults& defaults, const support::Account& account, support::Logger& logger,
+    CampaignPresenter& presenter, const sync::Authorization& authorization)
     : database_(database),
       published_(published),
       directories_(directories),
       defaults_(defaults),
       account_(account),
       logger_(logger),
-      handlers_(std::move(handlers)) {
-  loadCampaigns();
-}
+      presenter_(presenter),
+      authorization_(authorization) {}
 
-std::shared_ptr<const CampaignIndex> SornInAppCampaignManager::campaigns() const {
+std::shared_ptr<const CampaignIndex> SornInAppCampaignManager::campaigns() {
+  std::call_once(loaded_, [this] { loadCampaigns(); });
   const std::lock_guard lock(mutex_);
   return index_;
 }
@@ -85,7 +83,9 @@ void SornInAppCampaignManager::loadCampaigns() {
   setCampaigns(*std::move(campaigns));
 }
 
+// What is on the disk is read first, lest it take the place of the new list later.
 void SornInAppCampaignManager::storeCampaigns(documents::Campaigns campaigns) {
+  this->campaigns();
   const auto file = fileURL();
   if (!file) {
     logger_.log(LogLevel::error, "Could not get fileURL for storage");
@@ -109,6 +109,7 @@ std::optional<std::string> SornInAppCampaignManager::writeFile(const documents::
 }
 
 void SornInAppCampaignManager::fetchRemoteCampaigns() {
+  campaigns();  // while no event waits for the disk
   published_.fetchCampaigns([this](server::PublishedFiles::CampaignsResult result) {
     if (auto* campaigns = std::get_if<documents::Campaigns>(&result)) {
       storeCampaigns(std::move(*campaigns));
@@ -160,7 +161,7 @@ bool SornInAppCampaignManager::tryCandidate(const SornInAppCampaign& campaign) {
                       count, now)) {
     return false;
   }
-  if (!pushPromptHolds(campaign, handlers_.authorizationStatus())) {
+  if (!pushPromptHolds(campaign, authorization_.authorizationStatus())) {
     logger_.log(LogLevel::info,
                 "The campaign is marked for push prompt but the user is already opted-in. Bailing out...");
     return false;
@@ -179,7 +180,7 @@ void SornInAppCampaignManager::present(const SornInAppCampaign& campaign, store:
   counters.set(SNInAppCampaigns::presentationCount, static_cast<std::int16_t>(count + 1));
   defaults_.set(lastPresentationDate, now);
   logger_.log(LogLevel::info, [&] { return "Found triggered campaign: " + campaign.id + "..."; });
-  handlers_.present(campaign, 0);
+  presenter_.present(campaign, 0);
   database_.addCampaignID(campaign.id);
   database_.saveContext();
 }

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -18,30 +17,35 @@
 #include "store/entities/SNEvent.h"
 #include "support/Account.h"
 #include "support/Logger.h"
+#include "sync/Authorization.h"
+#include "sync/EventRecorder.h"
 
 namespace sorn::campaigns {
 
+// Shows campaigns.
+class CampaignPresenter {
+ public:
+  virtual ~CampaignPresenter() = default;
+  // Shows the campaign after so many seconds; returns at once. Any thread.
+  virtual void present(const SornInAppCampaign& campaign, double after) = 0;
+};
+
 // Keeps the application's campaigns, on disk and in memory, and decides after each event whether one of them
-// is shown. One evaluation shows at most one campaign. Made after the credentials are known, since the file
-// is theirs. Any thread; evaluations run on the store's queue.
-class SornInAppCampaignManager {
+// is shown. One evaluation shows at most one campaign. The file is the account's,
+// so it is read on first use, when the credentials are known. Any thread; evaluations run on the store's
+// queue.
+class SornInAppCampaignManager final : public sync::StoredEventObserver {
  public:
   static constexpr std::string_view fileName = "inAppCampaigns.json";
   // Key of the defaults with the moment at which any campaign was last presented.
   static constexpr std::string_view lastPresentationDate = "kSORN_LAST_INAPP_CAMPAIGN_PRESENTATION_DATE";
 
-  struct Handlers {
-    // Shows the campaign after so many seconds; returns at once.
-    std::function<void(const SornInAppCampaign&, double after)> present;
-    // The notification authorization as last read; absent while it is not known.
-    std::function<std::optional<std::int64_t>()> authorizationStatus;
-  };
-
   SornInAppCampaignManager(store::DBManager& database, server::PublishedFiles& published,
                            const platform::Directories& directories, platform::UserDefaults& defaults,
-                           const support::Account& account, support::Logger& logger, Handlers handlers);
+                           const support::Account& account, support::Logger& logger,
+                           CampaignPresenter& presenter, const sync::Authorization& authorization);
 
-  std::shared_ptr<const CampaignIndex> campaigns() const;
+  std::shared_ptr<const CampaignIndex> campaigns();
   // Replaces the list, and the file as a whole. The list in memory follows even when the file cannot be
   // written.
   void storeCampaigns(documents::Campaigns campaigns);
@@ -49,7 +53,7 @@ class SornInAppCampaignManager {
   void fetchRemoteCampaigns();
 
   // Looks for a campaign that the event triggers. Costs a look-up when there can be none.
-  void handleStoredEvent(const store::SNEvent& event);
+  void handleStoredEvent(const store::SNEvent& event) override;
   void triggerInApp(const std::map<std::string, std::string>& userInfo);
 
  private:
@@ -69,9 +73,11 @@ class SornInAppCampaignManager {
   platform::UserDefaults& defaults_;
   const support::Account& account_;
   support::Logger& logger_;
-  const Handlers handlers_;
+  CampaignPresenter& presenter_;
+  const sync::Authorization& authorization_;
 
-  mutable std::mutex mutex_;
+  std::once_flag loaded_;
+  std::mutex mutex_;
   std::shared_ptr<const CampaignIndex> index_ = std::make_shared<const CampaignIndex>();
 };
 

@@ -35,9 +35,10 @@ std::map<std::string, StatusCounts> Diagnostics::recordCounts() {
 }
 
 void Diagnostics::onPresented(std::function<void(const std::string&)> presented) {
-  library_.setPresenter([presented = std::move(presented)](const documents::SornInAppCampaign& campaign) {
-    presented(campaign.id);
-  });
+  library_.services().presentation.setObserver(
+      [presented = std::move(presented)](const documents::SornInAppCampaign& campaign) {
+        presented(campaign.id);
+      });
 }
 
 void Diagnostics::waitUntilIdle() {

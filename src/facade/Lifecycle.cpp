@@ -1,5 +1,7 @@
 #include "facade/Lifecycle.h"
 
+#include "facade/Services.h"
+
 namespace sorn::facade {
 
 using support::LogLevel;
@@ -17,7 +19,7 @@ void Lifecycle::applicationWillResignActive() {
 
 void Lifecycle::applicationDidEnterBackground() {
   logger_.log(LogLevel::appEvent, "Application -> Entered Background");
-  database_().enterBackground();
+  services_().batch.enterBackground();
 }
 
 void Lifecycle::applicationWillEnterForeground() {
@@ -27,7 +29,7 @@ void Lifecycle::applicationWillEnterForeground() {
 
 void Lifecycle::applicationWillTerminate() {
   logger_.log(LogLevel::appEvent, "Application -> Terminate");
-  store::DBManager& database = database_();
+  store::DBManager& database = services_().database;
   database.context().performBlockAndWait([&] { database.endSession(); });
 }
 
@@ -41,7 +43,7 @@ void Lifecycle::readBackgroundRefreshStatus() {
 }
 
 void Lifecycle::ensureSession() {
-  store::DBManager& database = database_();
+  store::DBManager& database = services_().database;
   database.context().performBlock([&database] { database.ensureSession(); });
 }
 

@@ -75,22 +75,22 @@ void Sorn::setDeeplinkDismissesCampaigns(bool dismisses) {
 
 void Sorn::enableInAppCampaigns() {
   library_.refuseAfterFork();
-  library_.ports().userDefaults->set(server::EventReportBuilder::inAppCampaignsActive, true);
+  library_.ports().userDefaults->set(sync::EventReportBuilder::inAppCampaignsActive, true);
 }
 
 void Sorn::disableInAppCampaigns() {
   library_.refuseAfterFork();
-  library_.ports().userDefaults->set(server::EventReportBuilder::inAppCampaignsActive, false);
+  library_.ports().userDefaults->set(sync::EventReportBuilder::inAppCampaignsActive, false);
 }
 
 void Sorn::triggerInApp(const std::map<std::string, std::string>& userInfo) {
   library_.refuseAfterFork();
-  library_.campaigns().triggerInApp(userInfo);
+  library_.services().campaigns.triggerInApp(userInfo);
 }
 
 std::string Sorn::defaultUser() const {
   library_.refuseAfterFork();
-  return library_.users().defaultUser();
+  return library_.services().users.defaultUser();
 }
 
 std::future<void> Sorn::loginUser(std::string id) {
@@ -110,17 +110,17 @@ std::future<void> Sorn::loginUser(std::string id) {
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 void Sorn::loginUser(std::string id, std::function<void(std::exception_ptr)> completion) {
   library_.refuseAfterFork();
-  library_.users().loginUser(id, std::move(completion));
+  library_.services().users.loginUser(id, std::move(completion));
 }
 
 void Sorn::logoutUser() {
   library_.refuseAfterFork();
-  library_.users().logoutUser();
+  library_.services().users.logoutUser();
 }
 
 void Sorn::registerPreferences(const std::vector<std::string>& tags) {
   library_.refuseAfterFork();
-  library_.users().registerPreferences(tags);
+  library_.services().users.registerPreferences(tags);
 }
 
 void Sorn::logEventWith(const std::string& category, const std::string& action,
@@ -141,7 +141,7 @@ void Sorn::logEventWith(const std::string& category, const std::string& action,
     library_.logger().log(error, Forced::yes);
     throw SornError::plain(SornError::Code::invalidExtraData);
   }
-  library_.record({.category = category, .action = action, .data = &typed});
+  library_.services().recorder.record({.category = category, .action = action, .data = &typed});
 }
 
 void Sorn::logScreenWithName(const std::string& name, const std::optional<Dictionary>& data) {
@@ -151,8 +151,9 @@ void Sorn::logScreenWithName(const std::string& name, const std::optional<Dictio
     const int orientation = library_.ports().application->orientation();
     auto typed = std::make_shared<const sync::EventData>(
         events::screenData(name, data ? &*data : nullptr, orientation));
-    library_.database().context().performBlock([this, typed] {
-      library_.record({.action = documents::EventAction::screenOpened, .data = typed.get()});
+    library_.context().performBlock([this, typed] {
+      library_.services().recorder.record(
+          {.action = documents::EventAction::screenOpened, .data = typed.get()});
     });
   } catch (const SornError& error) {
     library_.logger().log(error, Forced::yes);

@@ -18,7 +18,7 @@ void APIClient::request(Endpoint endpoint, Completion completion) {
 
 void APIClient::send(Endpoint endpoint, const Completion& completion) {
   const std::string_view path = description(endpoint);
-  std::optional<platform::HttpBody> body = bodyOf(std::move(endpoint), sources_, reports_.context());
+  std::optional<platform::HttpBody> body = bodyOf(std::move(endpoint), sources_);
   if (!body) {
     completion(CallError(PlatformError{std::string(support::JsonError::domain), support::JsonError::code}));
     return;
@@ -53,36 +53,6 @@ CallResult APIClient::classify(const std::string& url, platform::HttpTransport::
       support::Document::parse(response.body, support::Fragments::yes);
   if (document) return Answer(*std::move(document));
   return CallError(PlatformError{std::string(support::JsonError::domain), support::JsonError::code});
-}
-
-void APIClient::sendRead(std::vector<store::Ref<store::SNInboxItem>> items, Completion completion) {
-  logger_.log(LogLevel::info, [&] {
-    return "Attempting to send read " + std::to_string(items.size()) + " items: to Sorn...";
-  });
-  request(InboxRead{std::move(items)}, std::move(completion));
-}
-
-void APIClient::sendDelete(std::vector<store::Ref<store::SNInboxItem>> items, Completion completion) {
-  logger_.log(LogLevel::info, [&] {
-    return "Attempting to send delete " + std::to_string(items.size()) + " items: to Sorn...";
-  });
-  request(InboxDelete{std::move(items)}, std::move(completion));
-}
-
-void APIClient::reportEvents(const store::RowRanges& events, Completion completion) {
-  tasks_.post([this, events, completion = std::move(completion)] {
-    std::optional<platform::HttpBody> body = reports_.build(events);
-    if (!body) {
-      completion(CallError(PlatformError{PlatformError::storeDomain, PlatformError::unreadable}));
-      return;
-    }
-    logger_.log(LogLevel::info, [&] {
-      std::string list;
-      for (const std::string& piece : body->pieces) list += piece;
-      return "Attempting to report events: " + list;
-    });
-    send(EventReport{*std::move(body)}, completion);
-  });
 }
 
 }  // namespace sorn::server

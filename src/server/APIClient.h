@@ -8,8 +8,6 @@
 
 #include "server/APIError.h"
 #include "server/Endpoint.h"
-#include "server/EventReport.h"
-#include "store/ManagedObjectContext.h"
 #include "support/Account.h"
 #include "support/Logger.h"
 #include "support/Tasks.h"
@@ -43,25 +41,20 @@ class APIClient {
   using Completion = std::function<void(const CallResult&)>;
 
   APIClient(const support::Account& account, support::Tasks& tasks, support::Logger& logger,
-            BodySources sources, EventReportBuilder& reports)
-      : account_(account), tasks_(tasks), logger_(logger), sources_(std::move(sources)), reports_(reports) {}
+            const BodySources& sources)
+      : account_(account), tasks_(tasks), logger_(logger), sources_(sources) {}
 
   void request(Endpoint endpoint, Completion completion);
-  // Builds the report of these events, some at a time on the store's queue, and sends it as one request.
-  void reportEvents(const store::RowRanges& events, Completion completion);
-  // The reports of read and of deleted messages.
-  void sendRead(std::vector<store::Ref<store::SNInboxItem>> items, Completion completion);
-  void sendDelete(std::vector<store::Ref<store::SNInboxItem>> items, Completion completion);
+  // The same from the task thread, without another turn of it.
+  void send(Endpoint endpoint, const Completion& completion);
 
  private:
-  void send(Endpoint endpoint, const Completion& completion);
   CallResult classify(const std::string& url, platform::HttpTransport::Result result);
 
   const support::Account& account_;
   support::Tasks& tasks_;
   support::Logger& logger_;
   const BodySources sources_;
-  EventReportBuilder& reports_;
 };
 
 }  // namespace sorn::server

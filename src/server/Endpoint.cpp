@@ -1,6 +1,5 @@
 #include "server/Endpoint.h"
 
-#include <array>
 #include <string>
 #include <type_traits>
 
@@ -40,7 +39,7 @@ void writeItemMembers(Writer& writer, const SNInboxItem& item, const store::Attr
   const auto device = item.get(SNInboxItem::device);
   const auto user = item.get(SNInboxItem::user);
   const auto entityID = device ? device->get(store::SNDevice::entityID) : std::nullopt;
-  writeText(writer, "entity_id", entityID ? *entityID : sources.entityIdentifier());
+  writeText(writer, "entity_id", entityID ? *entityID : sources.device.identifier());
   writeInteger(writer, "entity_os", entityOS);
   writeOptional(writer, "user_id", user ? user->get(store::SNUser::userID) : std::nullopt);
   writer.key("timestamp");
@@ -53,9 +52,8 @@ void writeItemMembers(Writer& writer, const SNInboxItem& item, const store::Attr
 struct BodyWriter {
   Writer& writer;
   const BodySources& sources;
-  store::ManagedObjectContext& context;
 
-  void entity() const { writeText(writer, "entity_id", sources.entityIdentifier()); }
+  void entity() const { writeText(writer, "entity_id", sources.device.identifier()); }
   void user(std::string_view id) const {
     entity();
     writeInteger(writer, "entity_os", entityOS);
@@ -73,7 +71,7 @@ struct BodyWriter {
     writer.beginArray();
     for (const auto& item : items) {
       writer.beginObject();
-      context.performBlockAndWait([&] {
+      sources.database.context().performBlockAndWait([&] {
         if (item->managedObjectContext()) writeItemMembers(writer, *item, date, sources);
       });
       writer.endObject();
@@ -130,13 +128,13 @@ struct BodyWriter {
     writeInteger(writer, "accuracy", endpoint.accuracy);
   }
   void operator()(const Save&) const {
-    const documents::DeviceInfo info = sources.deviceInfo();
+    const documents::DeviceInfo info = sources.device.deviceInfo();
     writer.key("timestamp");
     writer.number(secondsSince1970(sources.clock.now()));
     std::apply([&](const auto&... field) { (documents::detail::encodeField(writer, field, info), ...); },
                documents::Description<documents::DeviceInfo>::fields);
     writer.key("other_entity_ids");
-    documents::ValueForm<std::vector<std::string>>::encode(writer, sources.otherEntityIds());
+    documents::ValueForm<std::vector<std::string>>::encode(writer, sources.database.otherEntityIds());
   }
   void operator()(const UserDeactivate&) const {
     entity();
@@ -149,33 +147,15 @@ struct BodyWriter {
 }  // namespace
 
 std::string_view description(const Endpoint& endpoint) {
-  static constexpr std::array<std::string_view, std::variant_size_v<Endpoint>> paths = {
-      "ios/push/token/update/json",
-      "ios/push/enable/json",
-      "ios/push/disable/json",
-      "ios/preferences/save/json",
-      "user/activate/json",
-      "user/activate-anonymous/json",
-      "events/report/json",
-      "inbox/fetch/json",
-      "inbox/delete/json",
-      "inbox/read/json",
-      "events/report-place/json",
-      "ios/save/json",
-      "user/deactivate/json",
-      "ios/location/register/json",
-      "ios/location/unregister/json",
-  };
-  return paths[endpoint.index()];
+  return std::visit([]<class Case>(const Case&) { return Case::path; }, endpoint);
 }
 
-std::optional<platform::HttpBody> bodyOf(Endpoint endpoint, const BodySources& sources,
-                                         store::ManagedObjectContext& context) {
+std::optional<platform::HttpBody> bodyOf(Endpoint endpoint, const BodySources& sources) {
   if (auto* report = std::get_if<EventReport>(&endpoint)) return std::move(report->body);
   std::string text;
   Writer writer(text);
   writer.beginObject();
-  std::visit(BodyWriter{writer, sources, context}, endpoint);
+  std::visit(BodyWriter{writer, sources}, endpoint);
   writer.endObject();
   if (!writer.isValid()) return std::nullopt;
   platform::HttpBody body;

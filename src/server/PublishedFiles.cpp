@@ -40,14 +40,14 @@ std::string descriptionOf(const PublishedFiles::CampaignsError& error) {
 
 PublishedFiles::PublishedFiles(const support::Account& account, const platform::Deployment& deployment,
                                platform::UserDefaults& defaults, const platform::Clock& clock,
-                               support::Tasks& tasks, support::Logger& logger, SavePlaces savePlaces)
+                               support::Tasks& tasks, support::Logger& logger, PlaceSave& placeSave)
     : account_(account),
       deployment_(deployment),
       defaults_(defaults),
       clock_(clock),
       tasks_(tasks),
       logger_(logger),
-      savePlaces_(std::move(savePlaces)) {}
+      placeSave_(placeSave) {}
 
 // The bucket is named after the first label of the service's host, so a deployment needs no further setting.
 std::optional<std::string> PublishedFiles::objectUrl(std::string_view folder, std::string_view file,
@@ -138,18 +138,15 @@ void PublishedFiles::takePlaces(const platform::HttpTransport::Result& result) {
     logger_.log(SornError::plain(SornError::Code::invalidPlaceData), Forced::no);
     return;
   }
-  Places places;
-  places.etag = response->header("Etag");
-  places.timestamp = decimalInteger(response->header("x-goog-meta-timestamp").value_or("0"));
+  const auto etag = response->header("Etag");
+  const auto timestamp = decimalInteger(response->header("x-goog-meta-timestamp").value_or("0"));
   documents::DecodingFailure failure;
   auto decoded = documents::decodePlaces(response->body, failure);
   if (!decoded) {
     logger_.logDescription(failure.description(), Forced::no);
     return;
   }
-  if (!places.etag || !places.timestamp) return;
-  places.places = *std::move(decoded);
-  if (savePlaces_) savePlaces_(places);
+  if (etag && timestamp) placeSave_.savePlaces({*std::move(decoded), std::string(*etag), *timestamp});
 }
 
 }  // namespace sorn::server

@@ -21,6 +21,21 @@
 
 namespace sorn::server {
 
+// A list of places that was published, with the version of its file.
+struct PublishedPlaces {
+  std::vector<documents::ActivePlace> places;
+  std::string etag;
+  std::int64_t timestamp = 0;
+};
+
+// Keeps a list of places that has come.
+class PlaceSave {
+ public:
+  virtual ~PlaceSave() = default;
+  // On the task thread.
+  virtual void savePlaces(const PublishedPlaces& published) = 0;
+};
+
 // The two documents that an account publishes on an object storage: its active campaigns and its active
 // places. Plain GETs without a signature. Any thread; completions run on the task thread.
 class PublishedFiles {
@@ -34,19 +49,12 @@ class PublishedFiles {
   using CampaignsError = std::variant<SornError, documents::DecodingFailure, PlatformError>;
   using CampaignsResult = std::variant<documents::Campaigns, CampaignsError>;
 
-  struct Places {
-    std::vector<documents::ActivePlace> places;
-    std::optional<std::string> etag;
-    std::optional<std::int64_t> timestamp;
-  };
-  using SavePlaces = std::function<void(const Places&)>;
-
   PublishedFiles(const support::Account& account, const platform::Deployment& deployment,
                  platform::UserDefaults& defaults, const platform::Clock& clock, support::Tasks& tasks,
-                 support::Logger& logger, SavePlaces savePlaces);
+                 support::Logger& logger, PlaceSave& placeSave);
 
   void fetchCampaigns(std::function<void(CampaignsResult)> completion);
-  // At most one attempt an hour, a failed one counted. What came goes to `savePlaces`, unless the document
+  // At most one attempt an hour, a failed one counted. What came is handed to the save, unless the document
   // cannot be decoded or lacks its etag or time stamp. The completion runs on every way out.
   void fetchActivePlaces(std::function<void()> completion);
 
@@ -63,7 +71,7 @@ class PublishedFiles {
   const platform::Clock& clock_;
   support::Tasks& tasks_;
   support::Logger& logger_;
-  const SavePlaces savePlaces_;
+  PlaceSave& placeSave_;
 };
 
 std::string descriptionOf(const PublishedFiles::CampaignsError& error);

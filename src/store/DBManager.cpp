@@ -2,26 +2,19 @@
 
 #include <utility>
 
-#include "documents/EventCatalogue.h"
 #include "support/Fault.h"
-#include "support/Uuid.h"
 
 namespace sorn::store {
 
-using documents::EventAction;
 using support::LogLevel;
 
-DBManager::DBManager(ManagedObjectContext& context, support::Account& account, support::Tasks& tasks,
-                     platform::Application& application, support::Logger& logger, Handlers handlers)
+DBManager::DBManager(ManagedObjectContext& context, const support::Account& account, support::Logger& logger,
+                     DeviceCreation& devices, SessionObservers observers)
     : context_(context),
       account_(account),
-      tasks_(tasks),
-      application_(application),
       logger_(logger),
-      handlers_(std::move(handlers)),
-      maintenanceTimer_(tasks.every(maintenancePeriod, handlers_.maintain)),
-      // Fixed here, once: a configuration that arrives later holds from the next process on.
-      eventBatchingTimer_(tasks.every(handlers_.batchTimeout(), handlers_.sendBatchedEvents)) {}
+      devices_(devices),
+      observers_(std::move(observers)) {}
 
 Ref<SNApplication> DBManager::currentApplication() {
   return context_.performBlockAndWait([this] {
@@ -44,18 +37,14 @@ Ref<SNApplication> DBManager::findApplication() {
     if (const std::string* entityID = device->text(SNDevice::entityID)) otherEntityIds_.push_back(*entityID);
   }
   if (!application->get(SNApplication::device)) {
-    createDevice(application);
+    if (application->managedObjectContext()) {
+      devices_.createDevice();
+    } else {
+      logger_.log(LogLevel::info, "Invalid context");
+    }
     saveContext();
   }
   return application;
-}
-
-void DBManager::createDevice(const Ref<SNApplication>& application) {
-  if (!application->managedObjectContext()) {
-    logger_.log(LogLevel::info, "Invalid context");
-    return;
-  }
-  deviceSynchronisation(handlers_.deviceInfo());
 }
 
 Ref<SNUser> DBManager::currentUser() {
@@ -64,7 +53,6 @@ Ref<SNUser> DBManager::currentUser() {
 }
 
 Ref<SNSession> DBManager::currentSession() {
-  tasks_.post(handlers_.fetchInbox);
   return context_.performBlockAndWait([this] {
     startSession();
     return backingCurrentSession_;
@@ -92,30 +80,19 @@ std::optional<std::string> DBManager::entityIdentifier() {
   });
 }
 
-std::optional<std::string> DBManager::defaultUserID() {
-  const std::optional<std::string> identifier = entityIdentifier();
-  if (!identifier) return std::nullopt;
-  const std::size_t length = support::makeUuid().size();
-  return identifier->size() > length ? identifier->substr(identifier->size() - length) : *identifier;
-}
-
-bool DBManager::isDefaultUser(const SNUser& user) {
-  return context_.performBlockAndWait([&] { return user.get(SNUser::userID) == defaultUserID(); });
-}
-
 void DBManager::startSession() {
   clearSessions();
   backingCurrentSession_ = context_.insert<SNSession>();
   backingCurrentSession_->set(SNSession::application, currentApplication());
   logger_.log(LogLevel::info,
               [this] { return "Creating new session: " + backingCurrentSession_->description(); });
-  handlers_.raiseEvent(EventAction::appOpened);
+  for (SessionObserver& observer : observers_) observer.sessionBegan();
   saveContext();
 }
 
 void DBManager::endSession() {
   if (backingCurrentSession_) {
-    handlers_.raiseEvent(EventAction::appClosed);
+    for (SessionObserver& observer : observers_) observer.sessionEnds();
     saveContext();
   }
   clearSessions();
@@ -127,34 +104,6 @@ void DBManager::clearSessions() {
   saveContext();
   backingCurrentSession_ = nullptr;
   campaignIDs_.clear();
-}
-
-void DBManager::enterBackground() {
-  tasks_.post([this] {
-    logger_.log(LogLevel::info, "Application entered background... Attempting save in DB...");
-    context_.performBlockAndWait([this] { endSession(); });
-    context_.performBlock([this] { saveContext(); });
-    // Begun within a turn: its time may be over at once, and the expiry's block then still finds its number.
-    context_.performBlockAndWait([this] {
-      const auto begun = std::make_shared<platform::Application::BackgroundTask>(
-          platform::Application::invalidBackgroundTask);
-      *begun = application_.beginBackgroundTask(backgroundTaskName, [this, begun] {
-        context_.performBlock([this, begun] {
-          application_.endBackgroundTask(*begun);
-          bgMaintainTask_ = platform::Application::invalidBackgroundTask;
-        });
-      });
-      bgMaintainTask_ = *begun;
-    });
-    logger_.log(LogLevel::info, "Attempting to send batched events in bg...");
-    handlers_.startEventBatching();
-  });
-}
-
-void DBManager::endBackgroundTask() {
-  if (bgMaintainTask_ == platform::Application::invalidBackgroundTask) return;
-  application_.endBackgroundTask(bgMaintainTask_);
-  bgMaintainTask_ = platform::Application::invalidBackgroundTask;
 }
 
 std::set<std::string> DBManager::campaignIDs() {
@@ -169,8 +118,8 @@ std::vector<std::string> DBManager::otherEntityIds() {
   return context_.performBlockAndWait([this] { return otherEntityIds_; });
 }
 
-bool DBManager::saveContext() {
-  return context_.performBlockAndWait([this] { return context_.save(); });
+void DBManager::saveContext() {
+  context_.performBlockAndWait([this] { context_.saveNowOrLater(); });
 }
 
 }  // namespace sorn::store

@@ -1,50 +1,30 @@
 #pragma once
 
-#include <cstdint>
-#include <functional>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "documents/DeviceInfo.h"
-#include "sorn/platform/Application.h"
+#include "store/DeviceCreation.h"
 #include "store/ManagedObjectContext.h"
+#include "store/SessionObserver.h"
 #include "store/entities/SNApplication.h"
 #include "store/entities/SNDevice.h"
-#include "store/entities/SNServerStatus.h"
 #include "store/entities/SNSession.h"
 #include "store/entities/SNUser.h"
 #include "support/Account.h"
 #include "support/Logger.h"
-#include "support/Tasks.h"
 
 namespace sorn::store {
 
-// Hands out the current application, user and session, owns the library's two timers, and offers the writes
-// that the rest of the library does on records. Any thread, unless an operation says that it belongs on the
-// context's queue.
+// Hands out the current application, user and session, and opens and closes sessions. What else is done with
+// records lies with the features. Any thread, unless an operation says that it belongs on the context's
+// queue.
 class DBManager {
  public:
-  static constexpr support::Tasks::Seconds maintenancePeriod{60.0};
-  static constexpr std::string_view backgroundTaskName = "SORN_MAINTAIN_TASK";
-
-  // What lies above the store. Every one of them is set; `connect` completes them before the first use.
-  struct Handlers {
-    std::function<documents::DeviceInfo()> deviceInfo;
-    std::function<std::string()> makeIdentifier;  // stores a new device identifier and gives it
-    std::function<support::Tasks::Seconds()> batchTimeout;
-    std::function<void()> maintain;                    // the maintenance timer's tick, on the task thread
-    std::function<void()> sendBatchedEvents;           // the batch timer's tick, on the task thread
-    std::function<void()> startEventBatching;          // on entering the background
-    std::function<void(std::string_view)> raiseEvent;  // creates and batches an event of this action
-    std::function<void()> fetchInbox;                  // a session has begun; on the task thread
-  };
-
-  DBManager(ManagedObjectContext& context, support::Account& account, support::Tasks& tasks,
-            platform::Application& application, support::Logger& logger, Handlers handlers);
+  DBManager(ManagedObjectContext& context, const support::Account& account, support::Logger& logger,
+            DeviceCreation& devices, SessionObservers observers);
   DBManager(const DBManager&) = delete;
   DBManager& operator=(const DBManager&) = delete;
 
@@ -60,36 +40,16 @@ class DBManager {
   const Ref<SNSession>& backingCurrentSession() const { return backingCurrentSession_; }
   // Opens a session unless one is open. On the context's queue.
   void ensureSession();
-  // The part of the device's identifier that is no application key; absent without an identifier.
-  std::optional<std::string> defaultUserID();
+  // The identifier in the current application's device record; absent without an identifier.
   std::optional<std::string> entityIdentifier();
-  bool isDefaultUser(const SNUser& user);
 
-  // Record stores. Each ends in a save and says whether it succeeded.
-  bool deviceSynchronisation(const documents::DeviceInfo& info);
-  bool deviceStatusUpdate(ServerStatusState state);
-  bool deviceCreatedAtStore(double secondsSince1970);
-  bool userActivation(const std::optional<std::string>& userID);
-  bool loginDefaultUser();
-  bool userStatus(ServerStatusState state);
-  bool pushTokenStore(std::string_view token, ServerStatusState state);
-  bool pushGatewayUpdate(std::int64_t notificationTypes, std::int64_t authorizationStatus,
-                         ServerStatusState state);
-  bool preferencesStore(const std::vector<std::string>& tags, ServerStatusState state);
-  std::optional<std::vector<std::string>> preferencesRead();
-  bool locationsUpdate(bool enabled);
-  // Deletes events and inbox items without a category, which only an older store can hold.
-  bool deleteLocalRecords();
-  bool saveContext();
+  // Saves now, or along with what is saved later.
+  void saveContext();
 
   // Sessions. On the context's queue.
   void startSession();
   void endSession();
   void clearSessions();
-  // Closes the session, saves, and has what is batched sent under a background task. Returns at once.
-  void enterBackground();
-  // Ends the background task if one is open. On the context's queue.
-  void endBackgroundTask();
 
   // Campaigns touched since the session began.
   std::set<std::string> campaignIDs();
@@ -103,26 +63,19 @@ class DBManager {
 
  private:
   Ref<SNApplication> findApplication();
-  void createDevice(const Ref<SNApplication>& application);
-  bool setStatus(const Ref<ManagedObject>& owner, ServerStatusState state);
 
   ManagedObjectContext& context_;
-  support::Account& account_;
-  support::Tasks& tasks_;
-  platform::Application& application_;
+  const support::Account& account_;
   support::Logger& logger_;
-  const Handlers handlers_;
+  DeviceCreation& devices_;
+  const SessionObservers observers_;
 
   // All of these belong to the context's queue.
   Ref<SNApplication> backingCurrentApplication_;
   Ref<SNSession> backingCurrentSession_;
   bool isMaintaining_ = false;
-  platform::Application::BackgroundTask bgMaintainTask_ = platform::Application::invalidBackgroundTask;
   std::set<std::string> campaignIDs_;
   std::vector<std::string> otherEntityIds_;
-
-  std::unique_ptr<support::Tasks::Timer> maintenanceTimer_;
-  std::unique_ptr<support::Tasks::Timer> eventBatchingTimer_;
 };
 
 }  // namespace sorn::store

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -168,7 +169,9 @@ class ManagedObjectContext {
   void setStatusOfRows(const EntityDescription& entity, const RowRanges& rows, std::int64_t status, Date now);
 
   // Writes everything that changed in one transaction. On failure all of it stays pending.
-  bool save();
+  [[nodiscard]] bool save();
+  // The same for whoever need not know: what cannot be written now goes along with a later save.
+  void saveNowOrLater() { std::ignore = save(); }
   bool hasChanges() const;
   bool isPersistent() const { return store_ != nullptr; }
   // The present moment, for what a record notes of its own accord.

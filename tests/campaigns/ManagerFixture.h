@@ -31,7 +31,8 @@ class ManagerFixture : public ::testing::Test {
   facade::Library& library() {
     if (!library_) {
       library_ = host_.launch();
-      library_->setPresenter([this](const SornInAppCampaign& campaign) { shown_.push_back(campaign.id); });
+      library_->services().presentation.setObserver(
+          [this](const SornInAppCampaign& campaign) { shown_.push_back(campaign.id); });
     }
     return *library_;
   }
@@ -44,7 +45,8 @@ class ManagerFixture : public ::testing::Test {
   // The list in memory.
   Names known() {
     Names names;
-    for (const auto& campaign : library().campaigns().campaigns()->campaigns()) names.push_back(campaign.id);
+    for (const auto& campaign : library().services().campaigns.campaigns()->campaigns())
+      names.push_back(campaign.id);
     return names;
   }
   // What has been shown since the last call, once every evaluation has run. Reports may still be open.
@@ -59,7 +61,7 @@ class ManagerFixture : public ::testing::Test {
     return std::exchange(shown_, {});
   }
   Names shownAfter(const std::string& action) {
-    library().record({.action = action});
+    library().services().recorder.record({.action = action});
     return shown();
   }
   std::string stored(const std::string& sql) { return tests::RawDatabase(host_.databaseFile()).column(sql); }

@@ -13,23 +13,31 @@ using ::testing::IsEmpty;
 
 constexpr auto once = R"(,"frequency":{"type":"once"})";
 
+// Notes what it is to show, and says whether the user allows notifications.
+struct Shown final : CampaignPresenter, sync::Authorization {
+  void present(const SornInAppCampaign& campaign, double) override { names.push_back(campaign.id); }
+  std::optional<std::int64_t> authorizationStatus() const override { return status; }
+
+  std::optional<std::int64_t> status;
+  Names names;
+};
+
 class CampaignSelection : public ManagerFixture {
  protected:
   // A manager beside the library's own, with an answer about the authorization.
   Names shownWithAuthorization(std::optional<std::int64_t> status, const std::string& action) {
-    Names names;
-    SornInAppCampaignManager manager(
-        library().database(), library().published(), *host_.directories, *host_.defaults, library().account(),
-        library().logger(),
-        {.present = [&](const SornInAppCampaign& campaign, double) { names.push_back(campaign.id); },
-         .authorizationStatus = [=] { return status; }});
+    Shown shown;
+    shown.status = status;
+    SornInAppCampaignManager manager(library().services().database, library().services().published,
+                                     *host_.directories, *host_.defaults, library().account(),
+                                     library().logger(), shown, shown);
     run([&] {
       const auto event = library().context().insert<store::SNEvent>();
       event->set(store::SNEvent::action, action);
       manager.handleStoredEvent(*event);
     });
     run([] {});
-    return names;
+    return shown.names;
   }
   std::optional<double> lastOfAny() const {
     const auto date = host_.defaults->object("kSORN_LAST_INAPP_CAMPAIGN_PRESENTATION_DATE");
@@ -64,7 +72,7 @@ TEST_F(CampaignSelection, CountersAreWrittenAndLaterEventsNameTheCampaign) {
   EXPECT_THAT(shownAfter("bought"), ElementsAre("a"));
   EXPECT_EQ(counters(), "a 2 150.5,b 1 150.0");
   EXPECT_EQ(lastOfAny(), 150.5);
-  library().record({.action = "last"});
+  library().services().recorder.record({.action = "last"});
   EXPECT_EQ(toldCampaigns(), R"(["a","b"])");
   restart();
   EXPECT_THAT(shownAfter("bought"), ElementsAre("a"));
@@ -150,7 +158,7 @@ TEST_F(CampaignSelection, EventWithoutAnActionAndACallOfTheHostAreMatchedByTheir
     run([&, &text = extra] {
       const auto event = library().context().insert<store::SNEvent>();
       event->set(store::SNEvent::extra, text);
-      library().campaigns().handleStoredEvent(*event);
+      library().services().campaigns.handleStoredEvent(*event);
     });
     EXPECT_THAT(shown(), ElementsAre(expected)) << extra.value_or("absent");
   }
@@ -163,12 +171,12 @@ TEST_F(CampaignSelection, SwitchOfTheHostChangesOnlyWhatIsReported) {
 }
 
 TEST_F(CampaignSelection, ListIsReplacedWhileEventsAreEvaluated) {
-  std::thread other([&campaigns = library().campaigns()] {
+  std::thread other([&campaigns = library().services().campaigns] {
     for (int round = 0; round < 200; ++round) {
       campaigns.storeCampaigns({campaignOf(round % 2 == 0 ? "even" : "odd", onEvent("bought"))});
     }
   });
-  for (int round = 0; round < 200; ++round) library().record({.action = "bought"});
+  for (int round = 0; round < 200; ++round) library().services().recorder.record({.action = "bought"});
   other.join();
   for (const std::string& name : shown()) EXPECT_TRUE(name == "even" || name == "odd") << name;
   EXPECT_THAT(shownAfter("bought"), ElementsAre("odd"));

@@ -36,7 +36,7 @@ class CampaignStorage : public ManagerFixture {
   void publish(const platform::HttpTransport::Result& result) {
     library();
     host_.transport->setHandler([result](const auto&) { return result; });
-    library().campaigns().fetchRemoteCampaigns();
+    library().services().campaigns.fetchRemoteCampaigns();
     library().tasks().waitUntilIdle();
   }
 };
@@ -61,26 +61,26 @@ TEST_F(CampaignStorage, UnusableFileGivesNoCampaignsAndStaysAsItIs) {
     EXPECT_THAT(shownAfter("bought"), IsEmpty());
     EXPECT_EQ(file(), content);
   }
-  library().campaigns().storeCampaigns(listWith({"new"}));
+  library().services().campaigns.storeCampaigns(listWith({"new"}));
   EXPECT_EQ(filed(), "new ");
 }
 
 TEST_F(CampaignStorage, StoredListReplacesMemoryAndFileAndSurvivesARestart) {
   const auto campaign = campaignOf(
       "f\xC3\xBCll", onEvent("bought") + R"(,"priority":-3,"extra_data":{"k":"v \"q\"\n"},"paused":false)");
-  library().campaigns().storeCampaigns(listWith({"a", "b"}));
-  library().campaigns().storeCampaigns({campaign});
+  library().services().campaigns.storeCampaigns(listWith({"a", "b"}));
+  library().services().campaigns.storeCampaigns({campaign});
   EXPECT_EQ(filed(), "f\xC3\xBCll ");
   EXPECT_THAT(file(), ::testing::HasSubstr("\n  ")) << "it is printed for people";
   EXPECT_EQ(tests::modeOf(host_.folder / fileName), "0600");
   EXPECT_EQ(filesInFolder(), 1);
   EXPECT_THAT(known(), ElementsAre("f\xC3\xBCll"));
   restart();
-  auto loaded = library().campaigns().campaigns()->campaigns();
+  auto loaded = library().services().campaigns.campaigns()->campaigns();
   ASSERT_EQ(loaded.size(), 1u);
   loaded[0].content.id = campaign.content.id;
   EXPECT_EQ(loaded[0], campaign);
-  library().campaigns().storeCampaigns({});
+  library().services().campaigns.storeCampaigns({});
   EXPECT_EQ(filed(), "");
   EXPECT_THAT(known(), IsEmpty());
 }
@@ -88,17 +88,17 @@ TEST_F(CampaignStorage, StoredListReplacesMemoryAndFileAndSurvivesARestart) {
 TEST_F(CampaignStorage, StoringMakesTheFolder) {
   library();
   host_.directories->documentFolders = {host_.folder / "deep/er"};
-  library().campaigns().storeCampaigns(listWith({"a"}));
+  library().services().campaigns.storeCampaigns(listWith({"a"}));
   EXPECT_FALSE(host_.folder.read("deep/er/key_inAppCampaigns.json").empty());
   EXPECT_EQ(tests::modeOf(host_.folder / "deep/er"), "0700");
 }
 
 TEST_F(CampaignStorage, MemoryFollowsWhenTheDiskIsFullAndTheOldFileStaysWhole) {
-  library().campaigns().storeCampaigns(listWith({"old"}));
+  library().services().campaigns.storeCampaigns(listWith({"old"}));
   const std::string before = file();
   {
     const tests::FullDisk disk(1000);
-    library().campaigns().storeCampaigns(listWith({"a", "b", "c", "d", "e", "f", "g", "h"}));
+    library().services().campaigns.storeCampaigns(listWith({"a", "b", "c", "d", "e", "f", "g", "h"}));
   }
   EXPECT_EQ(known().size(), 8u);
   EXPECT_EQ(file(), before);
@@ -108,20 +108,20 @@ TEST_F(CampaignStorage, MemoryFollowsWhenTheDiskIsFullAndTheOldFileStaysWhole) {
 }
 
 TEST_F(CampaignStorage, MemoryFollowsWhenNothingCanBeWritten) {
-  library().campaigns().storeCampaigns(listWith({"old"}));
+  library().services().campaigns.storeCampaigns(listWith({"old"}));
   const std::string before = file();
   auto unwritable = listWith({"a"});
   unwritable[0].trigger_metadata.emplace().last_in_app_delay = std::numeric_limits<double>::quiet_NaN();
-  library().campaigns().storeCampaigns(unwritable);
+  library().services().campaigns.storeCampaigns(unwritable);
   EXPECT_THAT(known(), ElementsAre("a"));
   host_.folder.write("occupied", "");
   for (const std::vector<std::filesystem::path>& folders : {std::vector<std::filesystem::path>(),
                                                             {host_.folder / "occupied"},
                                                             {host_.folder / "occupied/below"}}) {
     host_.directories->documentFolders = folders;
-    library().campaigns().storeCampaigns({});
+    library().services().campaigns.storeCampaigns({});
     EXPECT_THAT(known(), IsEmpty());
-    library().campaigns().storeCampaigns(listWith({"b", "c"}));
+    library().services().campaigns.storeCampaigns(listWith({"b", "c"}));
     EXPECT_THAT(known(), ElementsAre("b", "c"));
   }
   EXPECT_EQ(file(), before);
@@ -131,7 +131,7 @@ TEST_F(CampaignStorage, ManagerWithoutAnAccountKeepsItsListInMemoryAlone) {
   writeFile({campaignText("a", "")});
   library_ = host_.install();
   EXPECT_THAT(known(), IsEmpty());
-  library_->campaigns().storeCampaigns(listWith({"b"}));
+  library_->services().campaigns.storeCampaigns(listWith({"b"}));
   EXPECT_EQ(filed(), "a ");
   library_->account().set(host_.credentials);
   EXPECT_THAT(known(), ElementsAre("b")) << "the file is read once";

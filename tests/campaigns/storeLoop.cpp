@@ -33,9 +33,9 @@ int main(int count, char** arguments) {
   const auto first = longList("first", 15);
   const auto second = longList("second", 10);
   for (bool isReady = false;; isReady = true) {
-    library.campaigns().storeCampaigns(first);
+    library.services().campaigns.storeCampaigns(first);
     if (!isReady) std::puts("ready");
     std::fflush(stdout);
-    library.campaigns().storeCampaigns(second);
+    library.services().campaigns.storeCampaigns(second);
   }
 }

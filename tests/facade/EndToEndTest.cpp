@@ -69,10 +69,10 @@ TEST_F(EndToEnd, EveryEventArrivesOnceInOrderAndSigned) {
 TEST_F(EndToEnd, ConfigurationOfTheServiceHoldsInTheNextRun) {
   emulator_.setConfiguration(R"({"features":{"push":1,"report_usage":1},
                                  "events_options":{"batch_timeout":5,"batch_size":3}})");
-  start().database();
+  start().services();
   EXPECT_EQ(library_->configuration().batchSize(), 3);
   EXPECT_EQ(Diagnostics(library_->sorn()).secondsToNextTimer(), 10.0) << "the period is fixed before";
-  start().database();
+  start().services();
   EXPECT_EQ(Diagnostics(library_->sorn()).secondsToNextTimer(), 5.0);
   library_->sorn().logEventWith("Category", "Action");  // and the session's first
   settle();

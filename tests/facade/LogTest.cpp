@@ -11,7 +11,7 @@ using tests::refusalOf;
 
 class LogTest : public tests::ServiceFixture {
  protected:
-  LogTest() { launch().database().currentApplication(); }
+  LogTest() { launch().services().database.currentApplication(); }
 
   std::optional<SornError> logged(const std::string& category, const std::string& action,
                                   const std::optional<Dictionary>& data = std::nullopt) {

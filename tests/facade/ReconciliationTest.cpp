@@ -17,47 +17,19 @@ constexpr double day = 86400;
 
 class ReconciliationTest : public tests::ServiceFixture {
  protected:
-  // The services die before this fixture's members do.
-  void TearDown() override { library_.reset(); }
-
-  // What a start asked of the rest of the library.
-  struct Asked {
-    std::vector<std::string> logins;
-    std::vector<std::string> tokens;
-    int pushRegistrations = 0;
-    int placeMonitors = 0;
-    int notificationChecks = 0;
-    bool hadStarted = false;  // at the check of the notifications
-  };
   // Runs the routine alone, over a process that has its account.
-  Asked reconcile() {
+  void reconcile() {
     launch();
-    Asked asked;
-    Reconciliation::Signals signals;
-    signals.loginUser = [&](const std::string& id) { asked.logins.push_back(id); };
-    signals.updatePushToken = [&](const std::string& token) { asked.tokens.push_back(token); };
-    signals.renewPushRegistration = [&] { ++asked.pushRegistrations; };
-    signals.monitorPlaces = [&] { ++asked.placeMonitors; };
-    signals.checkProvisionalNotifications = [&] {
-      ++asked.notificationChecks;
-      asked.hadStarted = library_->state().didStart;
-    };
-    reconciliation_ = std::make_unique<Reconciliation>(library_->state(), library_->database(),
-                                                       library_->device(), library_->configuration(),
-                                                       library_->client(), library_->logger(), signals);
-    run([this] { reconciliation_->run(SornMode::production); });
+    run([this] { library_->services().reconciliation.run(SornMode::production); });
     settle();
-    return asked;
   }
   // A process that started and whose device and user the service has taken.
   void startBefore() {
     start();
-    library_->database().userStatus(store::ServerStatusState::isTrue);
+    library_->services().userRecords.userStatus(store::ServerStatusState::isTrue);
     die();
     ASSERT_EQ(stored("SELECT status FROM SNDevice"), "1");
   }
-
-  std::unique_ptr<Reconciliation> reconciliation_;
 };
 
 TEST_F(ReconciliationTest, FirstStartTellsTheServiceAndMakesTheDefaultUserWithoutTellingAboutIt) {
@@ -70,15 +42,16 @@ TEST_F(ReconciliationTest, FirstStartTellsTheServiceAndMakesTheDefaultUserWithou
   EXPECT_EQ(body["device_model"], "Model 7");
   EXPECT_EQ(body["sdk_version"], "1.2.3");
   EXPECT_EQ(stored("SELECT status FROM SNDevice"), "1");
-  EXPECT_EQ(stored("SELECT userID FROM SNUser"), library_->users().defaultUser());
+  EXPECT_EQ(stored("SELECT userID FROM SNUser"), library_->services().users.defaultUser());
   EXPECT_EQ(stored("SELECT status FROM SNUser"), "0") << "left to the maintenance";
   EXPECT_EQ(stored("SELECT count(*) FROM SNEvent"), "0");
+  EXPECT_EQ(library_->state().mode, SornMode::development);
   EXPECT_EQ(logged("Starting SORN SDK 1.2.3, Mode: Development"), 1u);
   EXPECT_EQ(logged("Device server status is not true"), 1u);
   EXPECT_EQ(logged("Places preference is disabled..."), 1u);
   passMinutes(1);
   ASSERT_EQ(calls(activateAnonymous).size(), 1u);
-  EXPECT_EQ(calls(activateAnonymous)[0]["user_id"], library_->users().defaultUser());
+  EXPECT_EQ(calls(activateAnonymous)[0]["user_id"], library_->services().users.defaultUser());
 }
 
 TEST_F(ReconciliationTest, UnchangedDeviceIsToldAgainAfterACalendarDayOrUnderAnotherStatusThanTrue) {
@@ -224,19 +197,18 @@ TEST_F(ReconciliationTest, OnlyAChangeOfTheFirstNumberCountsAsAnotherVersion) {
                         {std::nullopt, "1.0", true}};
   for (const Case& each : cases) {
     host_.bundle->libraryText = each.before;
+    respond(activate, answer(200));
     reconcile();
-    library_->database().userActivation("ann");
-    library_->database().userStatus(store::ServerStatusState::isTrue);
-    library_->database().pushTokenStore("0a1b", store::ServerStatusState::isTrue);
+    library_->services().userRecords.userActivation("ann");
+    library_->services().userRecords.userStatus(store::ServerStatusState::isTrue);
+    library_->services().pushRecords.pushTokenStore("0a1b", store::ServerStatusState::isTrue);
     host_.bundle->libraryText = each.now;
-    const Asked asked = reconcile();
-    using Texts = std::vector<std::string>;
-    EXPECT_EQ(asked.logins, each.isOther ? Texts{"ann"} : Texts());
-    EXPECT_EQ(asked.tokens, each.isOther ? Texts{"0a1b"} : Texts());
-    EXPECT_EQ(asked.pushRegistrations, each.isOther ? 1 : 0);
-    const std::string status = each.isOther ? "-1" : "1";
-    EXPECT_EQ(stored("SELECT status FROM SNUser WHERE userID = 'ann'"), status) << *each.now;
-    EXPECT_EQ(stored("SELECT status FROM SNPushGateway"), status) << *each.now;
+    hold(activate);
+    reconcile();
+    EXPECT_EQ(calls(activate).size(), each.isOther ? 1u : 0u) << *each.now;
+    EXPECT_EQ(stored("SELECT status FROM SNUser WHERE userID = 'ann'"), each.isOther ? "0" : "1")
+        << *each.now;
+    EXPECT_EQ(stored("SELECT status FROM SNPushGateway"), each.isOther ? "-1" : "1") << *each.now;
   }
 }
 
@@ -260,10 +232,10 @@ TEST_F(ReconciliationTest, UserWithoutAnIdentifierIsReplacedByTheDefaultUser) {
   for (const char* damage :
        {"UPDATE SNUser SET userID = NULL", "UPDATE SNApplication SET activeUser = NULL"}) {
     plant(damage);
-    const Asked asked = reconcile();
-    EXPECT_THAT(asked.logins, IsEmpty());
+    reconcile();
+    EXPECT_THAT(calls(activate), IsEmpty());
     EXPECT_EQ(stored("SELECT userID FROM SNUser WHERE id = (SELECT activeUser FROM SNApplication)"),
-              library_->users().defaultUser());
+              library_->services().users.defaultUser());
     die();
   }
 }
@@ -281,7 +253,7 @@ TEST_F(ReconciliationTest, PlacesNeedThePreferenceAndTheAccount) {
   struct Case {
     std::optional<bool> preference;
     const char* features;
-    int monitors;
+    int fetches;
     const char* line;
   };
   const Case cases[] = {
@@ -295,20 +267,17 @@ TEST_F(ReconciliationTest, PlacesNeedThePreferenceAndTheAccount) {
     configure(each.features);
     if (each.preference) {
       launch();
-      library_->database().locationsUpdate(*each.preference);
+      library_->services().placeRecords.locationsUpdate(*each.preference);
     }
     const std::size_t linesBefore = logged(each.line);
-    EXPECT_EQ(reconcile().placeMonitors, each.monitors);
+    reconcile();
+    const auto isPlaces = [](const auto& request) {
+      return request.url.find("/places/") != std::string::npos;
+    };
+    EXPECT_EQ(std::ranges::count_if(host_.transport->requests(), isPlaces), each.fetches);
     EXPECT_EQ(logged(each.line), linesBefore + 1) << each.features;
     die();
   }
-}
-
-TEST_F(ReconciliationTest, LibraryCountsAsStartedBeforeTheNotificationsAreChecked) {
-  const Asked asked = reconcile();
-  EXPECT_EQ(asked.notificationChecks, 1);
-  EXPECT_TRUE(asked.hadStarted);
-  EXPECT_EQ(library_->state().mode, SornMode::production);
 }
 
 TEST_F(ReconciliationTest, StoreThatCannotBeOpenedDoesNotKeepTheLibraryFromStarting) {

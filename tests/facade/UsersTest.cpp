@@ -1,3 +1,4 @@
+#include <atomic>
 #include <thread>
 
 #include "fakes/ServiceFixture.h"
@@ -20,26 +21,16 @@ class UsersTest : public tests::ServiceFixture {
  protected:
   UsersTest() {
     launch();
-    library_->database().currentApplication();
-    library_->database().loginDefaultUser();
-    library_->database().userStatus(store::ServerStatusState::isTrue);
-    listenToUsers();
+    library_->services().database.currentApplication();
+    library_->services().userRecords.loginDefaultUser();
+    library_->services().userRecords.userStatus(store::ServerStatusState::isTrue);
   }
-  // The services die before this fixture's members do.
-  void TearDown() override { library_.reset(); }
 
-  // Users whose inbox fetches can be counted.
-  void listenToUsers() {
-    Users::Signals signals;
-    signals.record = [this](const sync::NewEvent& event) { library_->record(event); };
-    signals.fetchInbox = [this] { ++inboxFetches_; };
-    users_ = std::make_unique<Users>(library_->database(), library_->client(), library_->tasks(),
-                                     library_->logger(), std::move(signals));
-  }
+  users::Users& users() { return library_->services().users; }
   // Logs in and gives the error that the completion gets.
   std::optional<SornError> login(const std::string& id) {
     std::promise<std::exception_ptr> completed;
-    users_->loginUser(id, [&](const std::exception_ptr& error) { completed.set_value(error); });
+    users().loginUser(id, [&](const std::exception_ptr& error) { completed.set_value(error); });
     const std::exception_ptr error = completed.get_future().get();
     settle();
     return tests::refusalOf([&] {
@@ -47,12 +38,12 @@ class UsersTest : public tests::ServiceFixture {
     });
   }
   std::optional<SornError> registerTags(const std::vector<std::string>& tags) {
-    auto refusal = tests::refusalOf([&] { users_->registerPreferences(tags); });
+    auto refusal = tests::refusalOf([&] { users().registerPreferences(tags); });
     settle();
     return refusal;
   }
   void logout() {
-    users_->logoutUser();
+    users().logoutUser();
     settle();
   }
   std::string activeUser() {
@@ -67,15 +58,12 @@ class UsersTest : public tests::ServiceFixture {
         "SELECT userID FROM SNEvent e JOIN SNUser u ON e.user = u.id WHERE action = '+LOGIN' "
         "ORDER BY e.id");
   }
-
-  std::unique_ptr<Users> users_;
-  std::atomic<int> inboxFetches_ = 0;
 };
 
 TEST_F(UsersTest, DefaultUserIsTheDevicesOwnNumber) {
-  const std::string identifier = *library_->database().entityIdentifier();
+  const std::string identifier = *library_->services().database.entityIdentifier();
   ASSERT_EQ(identifier.size(), 3u + 2u + 36u);
-  EXPECT_EQ("key::" + users_->defaultUser(), identifier);
+  EXPECT_EQ("key::" + users().defaultUser(), identifier);
 }
 
 TEST_F(UsersTest, LoginStoresTellsAndRecordsInThisOrder) {
@@ -88,21 +76,9 @@ TEST_F(UsersTest, LoginStoresTellsAndRecordsInThisOrder) {
   EXPECT_EQ(stored("SELECT category FROM SNEvent WHERE action = '+LOGIN'"), "NO_CATEGORY");
   ASSERT_EQ(calls(activate).size(), 1u) << "the completion waits for no answer";
   EXPECT_EQ(calls(activate)[0]["user_id"], "ann");
-  EXPECT_EQ(calls(activate)[0]["entity_id"], *library_->database().entityIdentifier());
-  EXPECT_EQ(inboxFetches_, 0);
+  EXPECT_EQ(calls(activate)[0]["entity_id"], *library_->services().database.entityIdentifier());
   answerCall(activate, answer(200));
   EXPECT_EQ(statusOf("ann"), "1");
-  EXPECT_EQ(inboxFetches_, 1);
-}
-
-TEST_F(UsersTest, InboxIsFetchedThoughTheCallFailed) {
-  for (const Result& refusal : {answer(500), answer(200, "?"), Result(platform::TransportError{-1009})}) {
-    respond(activate, refusal);
-    const int fetchesBefore = inboxFetches_;
-    EXPECT_FALSE(login("ann"));
-    EXPECT_EQ(statusOf("ann"), "-1");
-    EXPECT_EQ(inboxFetches_, fetchesBefore + 1);
-  }
 }
 
 TEST_F(UsersTest, LoginOfTheActiveUserDoesNothingOnceTheServiceHasTakenIt) {
@@ -138,7 +114,6 @@ TEST_F(UsersTest, UsersAreKeptAndComeBackAsTheSameRecord) {
   login("bea");
   die();
   launch();
-  listenToUsers();
   login("ann");
   EXPECT_EQ(stored("SELECT count(*) FROM SNUser"), "3");
   EXPECT_EQ(stored("SELECT lastInboxAccess FROM SNUser WHERE userID = 'ann'"), "77.0");
@@ -170,31 +145,29 @@ TEST_F(UsersTest, StoreThatCannotSaveStillLogsIn) {
   EXPECT_FALSE(login("ann"));
   EXPECT_EQ(calls(activate).size(), 1u);
   plant("DROP TRIGGER no");
-  library_->database().saveContext();
+  library_->services().database.saveContext();
   EXPECT_EQ(activeUser(), "ann");
   EXPECT_EQ(statusOf("ann"), "1");
 }
 
 TEST_F(UsersTest, NamingTheDefaultUserIsAnAnonymousLogin) {
   login("ann");
-  const std::string id = users_->defaultUser();
+  const std::string id = users().defaultUser();
   login(id);
   ASSERT_EQ(calls(activateAnonymous).size(), 1u);
   EXPECT_EQ(calls(activateAnonymous)[0]["user_id"], id);
   EXPECT_EQ(calls(activate).size(), 1u);
 }
 
-TEST_F(UsersTest, LogoutReportsItselfAsALoginOfTheDefaultUserWithoutFetchingTheInbox) {
+TEST_F(UsersTest, LogoutReportsItselfAsALoginOfTheDefaultUser) {
   login("ann");
-  const int fetchesBefore = inboxFetches_;
   hold(activateAnonymous);
   logout();
-  EXPECT_EQ(activeUser(), users_->defaultUser());
-  EXPECT_EQ(loginEvents(), "ann," + users_->defaultUser());
-  EXPECT_EQ(statusOf(users_->defaultUser()), "0");
+  EXPECT_EQ(activeUser(), users().defaultUser());
+  EXPECT_EQ(loginEvents(), "ann," + users().defaultUser());
+  EXPECT_EQ(statusOf(users().defaultUser()), "0");
   answerCall(activateAnonymous, answer(200));
-  EXPECT_EQ(statusOf(users_->defaultUser()), "1");
-  EXPECT_EQ(inboxFetches_, fetchesBefore);
+  EXPECT_EQ(statusOf(users().defaultUser()), "1");
 }
 
 TEST_F(UsersTest, SecondLogoutDoesNothingIfTheFirstWasAccepted) {
@@ -202,7 +175,7 @@ TEST_F(UsersTest, SecondLogoutDoesNothingIfTheFirstWasAccepted) {
   EXPECT_THAT(paths(), IsEmpty()) << "it is the default user already";
   login("ann");
   hold(activateAnonymous);
-  users_->logoutUser();
+  users().logoutUser();
   logout();
   EXPECT_EQ(calls(activateAnonymous).size(), 2u) << "neither is accepted yet";
   answerCall(activateAnonymous, answer(200));
@@ -217,7 +190,7 @@ TEST_F(UsersTest, LoginsOfManyThreadsLeaveOneActiveUserTheLastToRecordItself) {
   for (int thread = 0; thread < 4; ++thread) {
     threads.emplace_back([&, thread] {
       for (int number = 0; number < 10; ++number) {
-        users_->loginUser(std::to_string(thread * 100 + number), [&](const std::exception_ptr& error) {
+        users().loginUser(std::to_string(thread * 100 + number), [&](const std::exception_ptr& error) {
           if (!error) ++completions;
         });
       }

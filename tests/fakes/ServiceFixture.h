@@ -52,7 +52,7 @@ class ServiceFixture : public ::testing::Test {
   facade::Library& launch() {
     library_.reset();
     library_ = host_.launch();
-    library_->database();
+    library_->services().database;
     library_->context().performBlockAndWait([] {});  // the store is open
     return *library_;
   }

@@ -39,7 +39,7 @@ TEST_F(APIClientTest, CallsRunSideBySideAndMayBeAnsweredInAnyOrder) {
   host_.transport->setHandler({});
   std::vector<std::string> order;
   for (const char* name : {"first", "second"}) {
-    library().client().request(UserActivate{name}, [&order, name](const CallResult& result) {
+    library().services().client.request(UserActivate{name}, [&order, name](const CallResult& result) {
       order.push_back(name + (": " + describe(result)));
     });
   }

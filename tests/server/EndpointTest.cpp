@@ -107,9 +107,9 @@ TEST_F(EndpointTest, InboxItemsTellTheirOwnerAndTheirMoment) {
     items[0]->set(SNInboxItem::readAt, dateSince1970(10.5));
     items[0]->set(SNInboxItem::deletedAt, dateSince1970(20));
     items[1]->set(SNInboxItem::user, user);
-    context.save();
+    context.saveNowOrLater();
     context.deleteObject(*items[2]);
-    context.save();
+    context.saveNowOrLater();
   });
   const json own = {{"entity_id", "key::DEVICE"}, {"entity_os", 2},     {"user_id", "u"}, {"timestamp", 0},
                     {"campaign_id", nullptr},     {"category", nullptr}};

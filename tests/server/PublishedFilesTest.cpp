@@ -20,7 +20,7 @@ constexpr const char* oneCampaign =
 
 }  // namespace
 
-class PublishedFilesTest : public ServerFixture {
+class PublishedFilesTest : public ServerFixture, public PlaceSave {
  protected:
   PublishedFilesTest() {
     deployment_.storageOrigin = "https://storage.test";
@@ -29,9 +29,8 @@ class PublishedFilesTest : public ServerFixture {
 
   PublishedFiles& files() {
     if (!files_) {
-      files_ = std::make_unique<PublishedFiles>(
-          library().account(), deployment_, *host_.defaults, *host_.clock, library().tasks(),
-          library().logger(), [this](const PublishedFiles::Places& places) { note(places); });
+      files_ = std::make_unique<PublishedFiles>(library().account(), deployment_, *host_.defaults,
+                                                *host_.clock, library().tasks(), library().logger(), *this);
     }
     return *files_;
   }
@@ -73,9 +72,9 @@ class PublishedFilesTest : public ServerFixture {
     completed.get_future().get();
     return saved_;
   }
-  void note(const PublishedFiles::Places& places) {
-    saved_ = places.etag.value_or("none") + " " + std::to_string(places.timestamp.value_or(-99)) + " " +
-             std::to_string(places.places.size());
+  void savePlaces(const PublishedPlaces& published) override {
+    saved_ = published.etag + " " + std::to_string(published.timestamp) + " " +
+             std::to_string(published.places.size());
   }
   std::optional<double> attempted() const {
     const auto date = host_.defaults->object(lastAttempt);

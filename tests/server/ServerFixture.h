@@ -34,8 +34,8 @@ class ServerFixture : public ::testing::Test {
   // How a call ended: the answer's member "a", "absent" for an answer that is no object, or the error.
   std::string outcomeOf(Endpoint endpoint) {
     std::promise<std::string> outcome;
-    library().client().request(std::move(endpoint),
-                               [&](const CallResult& result) { outcome.set_value(describe(result)); });
+    library().services().client.request(
+        std::move(endpoint), [&](const CallResult& result) { outcome.set_value(describe(result)); });
     return outcome.get_future().get();
   }
   static std::string describe(const CallResult& result) {

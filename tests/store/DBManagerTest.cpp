@@ -19,7 +19,7 @@ class DBManagerTest : public ::testing::Test {
   void launch() {
     library_.reset();
     library_ = host_.launch();
-    database_ = &library_->database();
+    database_ = &library_->services().database;
   }
   decltype(auto) run(auto&& work) { return library_->context().performBlockAndWait(work); }
   std::string stored(const std::string& sql) { return tests::RawDatabase(host_.databaseFile()).column(sql); }
@@ -31,8 +31,7 @@ class DBManagerTest : public ::testing::Test {
 };
 
 TEST_F(DBManagerTest, FirstUseMakesTheApplicationAndItsDevice) {
-  EXPECT_EQ(database_->defaultUserID(), std::nullopt) << "no device yet";
-  EXPECT_FALSE(database_->userActivation(std::nullopt));
+  EXPECT_EQ(library_->services().userRecords.defaultUserID(), std::nullopt) << "no device yet";
   const auto application = database_->currentApplication();
   EXPECT_EQ(database_->currentApplication(), application);
   EXPECT_EQ(stored("SELECT applicationKey || applicationSecret FROM SNApplication"), "keysecret");
@@ -72,11 +71,11 @@ TEST_F(DBManagerTest, ChangedKeyOrSecretBeginsAfreshAndNamesTheFormerDevices) {
 TEST_F(DBManagerTest, DefaultUserIsTheEndOfTheDevicesIdentifier) {
   host_.secureStore->put("test.host.key-SORN_UUID_KEY_V2", "key::0F5C1E3A-8D2B-4C6F-9A1E-7B3D5F902468");
   database_->currentApplication();
-  EXPECT_EQ(database_->defaultUserID(), "0F5C1E3A-8D2B-4C6F-9A1E-7B3D5F902468");
-  ASSERT_TRUE(database_->loginDefaultUser());
-  EXPECT_TRUE(database_->isDefaultUser(*database_->currentUser()));
-  ASSERT_TRUE(database_->userActivation("somebody"));
-  EXPECT_FALSE(database_->isDefaultUser(*database_->currentUser()));
+  users::UserRecords& users = library_->services().userRecords;
+  EXPECT_EQ(users.defaultUserID(), "0F5C1E3A-8D2B-4C6F-9A1E-7B3D5F902468");
+  users.loginDefaultUser();
+  EXPECT_EQ(stored("SELECT userID FROM SNUser"), "0F5C1E3A-8D2B-4C6F-9A1E-7B3D5F902468");
+  EXPECT_FALSE(users.isDefaultUser("somebody"));
 }
 
 TEST_F(DBManagerTest, SessionBeginsWithItsOpeningEventAndReplacesWhatADeadProcessLeft) {
@@ -100,14 +99,14 @@ TEST_F(DBManagerTest, ClearedSessionIsForgottenThoughItsDeletionCouldNotBeSaved)
   EXPECT_THAT(database_->campaignIDs(), IsEmpty());
   EXPECT_EQ(stored("SELECT count(*) FROM SNSession"), "1");
   execute("DROP TRIGGER no");
-  EXPECT_TRUE(database_->saveContext());
+  database_->saveContext();
   EXPECT_EQ(stored("SELECT count(*) FROM SNSession"), "0");
 }
 
 TEST_F(DBManagerTest, BackgroundWithoutASessionDeletesStoredOnesAndRecordsNothing) {
   database_->currentApplication();
   execute("INSERT INTO SNSession (id, sessionID) VALUES (900, 'left behind')");
-  database_->enterBackground();
+  library_->services().batch.enterBackground();
   facade::Diagnostics(library_->sorn()).waitUntilIdle();
   EXPECT_EQ(stored("SELECT count(*) FROM SNSession"), "0");
   EXPECT_EQ(stored("SELECT count(*) FROM SNEvent"), "0");
@@ -121,8 +120,8 @@ TEST_F(DBManagerTest, BackgroundTaskIsEndedOnceByTheBatchOrByItsTime) {
     tests::TestHost host;
     host.application->expiresAtOnce = expiry == Expiry::atOnce;
     const auto library = host.launch();
-    library->database().currentSession();
-    library->database().enterBackground();
+    library->services().database.currentSession();
+    library->services().batch.enterBackground();
     ASSERT_TRUE(tests::becomesTrue([&] { return host.reports().size() == 1; }));
     if (expiry == Expiry::meanwhile) host.application->expireTasks();
     library->context().performBlockAndWait([] {});
@@ -134,30 +133,32 @@ TEST_F(DBManagerTest, BackgroundTaskIsEndedOnceByTheBatchOrByItsTime) {
 }
 
 TEST_F(DBManagerTest, TagsAreKeptAsJsonWithTheirStatus) {
-  EXPECT_EQ(database_->preferencesRead(), std::nullopt);
-  ASSERT_TRUE(database_->preferencesStore({"a\"b", "\xC3\xA4", ""}, ServerStatusState::isFalse));
-  EXPECT_FALSE(database_->preferencesStore({"\xFF"}, ServerStatusState::isTrue)) << "no text";
+  users::UserRecords& users = library_->services().userRecords;
+  EXPECT_EQ(users.preferencesRead(), std::nullopt);
+  users.preferencesStore({"a\"b", "\xC3\xA4", ""}, ServerStatusState::isFalse);
+  users.preferencesStore({"\xFF"}, ServerStatusState::isTrue);  // no text
   EXPECT_EQ(stored("SELECT tags || status FROM SNPreferences"), "[\"a\\\"b\",\"\xC3\xA4\",\"\"]-1");
-  EXPECT_EQ(database_->preferencesRead(), (Tags{"a\"b", "\xC3\xA4", ""}));
-  ASSERT_TRUE(database_->preferencesStore({}, ServerStatusState::isTrue));
-  EXPECT_EQ(database_->preferencesRead(), Tags{});
+  EXPECT_EQ(users.preferencesRead(), (Tags{"a\"b", "\xC3\xA4", ""}));
+  users.preferencesStore({}, ServerStatusState::isTrue);
+  EXPECT_EQ(users.preferencesRead(), Tags{});
   EXPECT_EQ(stored("SELECT status FROM SNPreferences"), "1");
   for (const char* text : {"", "[", "{\"a\":\"b\"}", "null", "[\"t\",1]", "[null]", "[\"t\"]x"}) {
     run([&] { library_->context().fetchRecords<SNPreferences>().at(0)->set(SNPreferences::tags, text); });
-    EXPECT_EQ(database_->preferencesRead(), std::nullopt) << text;
+    EXPECT_EQ(users.preferencesRead(), std::nullopt) << text;
   }
 }
 
 TEST_F(DBManagerTest, TokenAndPermissionsShareOneGateway) {
-  ASSERT_TRUE(database_->pushGatewayUpdate(7, 2, ServerStatusState::pending));
-  ASSERT_TRUE(database_->pushTokenStore("00ff", ServerStatusState::isFalse));
+  facade::Services& services = library_->services();
+  services.pushRecords.pushGatewayUpdate(7, 2, ServerStatusState::pending);
+  services.pushRecords.pushTokenStore("00ff", ServerStatusState::isFalse);
   EXPECT_EQ(stored("SELECT token || notificationTypes || authorizationStatus || status FROM SNPushGateway"),
             "00ff72-1");
-  ASSERT_TRUE(database_->locationsUpdate(true));
-  ASSERT_TRUE(database_->locationsUpdate(false));
+  services.placeRecords.locationsUpdate(true);
+  services.placeRecords.locationsUpdate(false);
   EXPECT_EQ(stored("SELECT enabled || status FROM SNLocations"), "0-1");
-  ASSERT_TRUE(database_->deviceCreatedAtStore(1234.5));
-  ASSERT_TRUE(database_->deviceStatusUpdate(ServerStatusState::isTrue));
+  services.deviceRecords.deviceCreatedAtStore(1234.5);
+  EXPECT_TRUE(services.deviceRecords.deviceStatusUpdate(ServerStatusState::isTrue));
   EXPECT_EQ(stored("SELECT createdAt || ' ' || status FROM SNDevice"), "1234.5 1");
 }
 

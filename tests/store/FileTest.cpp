@@ -43,7 +43,7 @@ TEST(StoreFile, FileAndFoldersBelongToTheUserAlone) {
   tests::TestHost host;
   host.directories->documentFolders = {host.folder / "x", host.folder / "deep/documents"};
   const auto library = host.launch();
-  library->database().currentApplication();
+  library->services().database.currentApplication();
   const auto documents = host.folder / "deep/documents";
   EXPECT_EQ(tests::modeOf(host.folder / "deep"), "0700");
   EXPECT_EQ(tests::modeOf(documents), "0700");

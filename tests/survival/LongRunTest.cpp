@@ -23,9 +23,9 @@ void runDays(int days) {
     return number < std::size(answers) ? answers[number] : answer(200);
   });
   facade::Diagnostics diagnostics(library->sorn());
-  library->reconciliation();
+  library->services().reconciliation;
   library->context().performBlockAndWait(
-      [&] { library->reconciliation().run(facade::SornMode::production); });
+      [&] { library->services().reconciliation.run(facade::SornMode::production); });
   std::size_t mostWaiting = 0;
   for (int hour = 0; hour < days * 24; ++hour) {
     isDown = random() % 6 == 0;

@@ -49,12 +49,12 @@ TEST_F(EventBatchTest, SizeOfZeroOrLessSendsEachEvent) {
 TEST_F(EventBatchTest, OneBatchIsOutAtATimeAndWhatComesMeanwhileGoesWithTheNext) {
   recordMany(9);
   ASSERT_EQ(reports().size(), 1u);
-  EXPECT_TRUE(run([&] { return library_->database().isMaintaining(); }));
+  EXPECT_TRUE(run([&] { return library_->services().database.isMaintaining(); }));
   for (int index = 0; index < 25; ++index) record("late" + std::to_string(index));
-  library_->batch().startEventBatching(EventBatch::Trigger::timer);
+  library_->services().batch.startEventBatching(events::EventBatch::Trigger::timer);
   EXPECT_EQ(reports().size(), 1u);
   answerCall(report, answer(200));
-  EXPECT_FALSE(run([&] { return library_->database().isMaintaining(); }));
+  EXPECT_FALSE(run([&] { return library_->services().database.isMaintaining(); }));
   EXPECT_EQ(stored("SELECT count(*) FROM SNEvent"), "25");
   record("trigger");
   ASSERT_EQ(reports().size(), 2u);
@@ -122,7 +122,7 @@ TEST_F(EventBatchTest, NextProcessLeavesOutWhatFailedBeforeWhereverItStands) {
   plant("UPDATE SNEvent SET status = -1 WHERE action IN ('0', '2')");
   launch();
   record("new");
-  library_->batch().startEventBatching(EventBatch::Trigger::timer);
+  library_->services().batch.startEventBatching(events::EventBatch::Trigger::timer);
   ASSERT_EQ(reports().size(), 1u);
   EXPECT_THAT(actionsOf(reports()[0]), ElementsAre("+APP_OPENED", "1", "3", "4", "new", "+APP_OPENED"));
   answerCall(report, answer(200));
@@ -142,10 +142,10 @@ TEST_F(EventBatchTest, BatchThatDiedWithItsProcessIsSentAgainByTheNext) {
 }
 
 TEST_F(EventBatchTest, BatchOfAnUnsavedEventIsReportedAndForgotten) {
-  library_->database().currentApplication();
+  library_->services().database.currentApplication();
   plant("CREATE TRIGGER no BEFORE INSERT ON SNEvent BEGIN SELECT RAISE(ABORT, 'no'); END");
   record("+PUSH_CAMPAIGN_RECEIVED", EventType::push_campaign);
-  library_->batch().startEventBatching(EventBatch::Trigger::timer);
+  library_->services().batch.startEventBatching(events::EventBatch::Trigger::timer);
   ASSERT_EQ(reports().size(), 1u);
   EXPECT_THAT(actionsOf(reports()[0]), ElementsAre("+PUSH_CAMPAIGN_RECEIVED"));
   answerCall(report, answer(200));
@@ -165,7 +165,7 @@ TEST_F(EventBatchTest, EventsOfManyThreadsArriveOnceEach) {
   }
   for (auto& thread : threads) thread.join();
   settle();
-  library_->batch().startEventBatching(EventBatch::Trigger::timer);
+  library_->services().batch.startEventBatching(events::EventBatch::Trigger::timer);
   std::set<std::string> identifiers;
   std::multiset<std::string> actions;
   for (const auto& body : reports()) {

@@ -15,14 +15,14 @@ class EventStoreTest : public SyncFixture {
 };
 
 TEST_F(EventStoreTest, RecordHoldsWhatHappenedWhenAndForWhom) {
-  library_->database().userActivation("u");
+  library_->services().userRecords.userActivation("u");
   host_.clock->advance(2.5);
-  library_->events().createEvent({.type = EventType::inapp_campaign,
-                                  .category = "+RETAIL",
-                                  .action = "bought",
-                                  .campaignID = "c",
-                                  .campaign = 3});
-  library_->events().createEvent({.action = "plain"});
+  library_->services().events.createEvent({.type = EventType::inapp_campaign,
+                                           .category = "+RETAIL",
+                                           .action = "bought",
+                                           .campaignID = "c",
+                                           .campaign = 3});
+  library_->services().events.createEvent({.action = "plain"});
   EXPECT_EQ(stored("SELECT type || ' ' || category || ' ' || campaignID || ' ' || campaignType || ' ' || "
                    "timestamp || ' ' || status || ' ' || statusUpdated FROM SNEvent WHERE action = 'bought'"),
             "inapp_campaign +RETAIL c 4 1700000002.5 0 1700000002.5");
@@ -39,11 +39,11 @@ TEST_F(EventStoreTest, EventsFollowTheActiveUser) {
       "SELECT ifnull(userID, '-') FROM SNEvent LEFT JOIN SNUser ON SNEvent.user = SNUser.id "
       "WHERE action <> '+APP_OPENED' ORDER BY SNEvent.id";
   record("1");
-  library_->database().userActivation("a");
+  library_->services().userRecords.userActivation("a");
   record("2");
-  library_->database().userActivation("b");
+  library_->services().userRecords.userActivation("b");
   record("3");
-  library_->database().userActivation("a");
+  library_->services().userRecords.userActivation("a");
   record("4");
   EXPECT_EQ(stored(users), "-,a,b,a");
 }
@@ -61,21 +61,22 @@ TEST_F(EventStoreTest, ReceivedPushOpensNoSessionButCountsInAnOpenOne) {
 }
 
 TEST_F(EventStoreTest, ActionsOfBlanksAreRefusedAndOthersKeptAsGiven) {
-  library_->database().currentApplication();
+  library_->services().database.currentApplication();
   for (const char* action : {"", " ", "\n", "\t \r\n", "\xC2\xA0", "\xE2\x80\xA8"}) {
-    EXPECT_EQ(library_->events().createEvent({.action = action}), nullptr) << action;
+    EXPECT_EQ(library_->services().events.createEvent({.action = action}), nullptr) << action;
   }
   EXPECT_EQ(stored("SELECT count(*) FROM SNEvent"), "0");
-  EXPECT_NE(library_->events().createEvent({.action = " a "}), nullptr);
+  EXPECT_NE(library_->services().events.createEvent({.action = " a "}), nullptr);
   EXPECT_EQ(stored("SELECT count(*) FROM SNEvent WHERE action = ' a '"), "1");
 }
 
 TEST_F(EventStoreTest, UsageOffRefusesUsageButNotCampaigns) {
   configure("", 10, 10, false);
   launch();
-  library_->database().currentApplication();
-  EXPECT_EQ(library_->events().createEvent({.action = "usage"}), nullptr);
-  EXPECT_NE(library_->events().createEvent({.type = EventType::push_campaign, .action = "push"}), nullptr);
+  library_->services().database.currentApplication();
+  EXPECT_EQ(library_->services().events.createEvent({.action = "usage"}), nullptr);
+  EXPECT_NE(library_->services().events.createEvent({.type = EventType::push_campaign, .action = "push"}),
+            nullptr);
   EXPECT_EQ(stored("SELECT action || ifnull(sessionID, '-') || ifnull(serialNumber, '-') FROM SNEvent"),
             "push--");
   EXPECT_EQ(stored("SELECT count(*) FROM SNSession"), "0");
@@ -83,13 +84,13 @@ TEST_F(EventStoreTest, UsageOffRefusesUsageButNotCampaigns) {
 
 TEST_F(EventStoreTest, OwnAttributesStandBesideTheHostsAndOverThem) {
   host_.facts->locationFact = 3;
-  library_->database().pushGatewayUpdate(7, 2, store::ServerStatusState::pending);
+  library_->services().pushRecords.pushGatewayUpdate(7, 2, store::ServerStatusState::pending);
   EventData data;
   data.add("S_", "name", "a\"\n");
   data.add("", "sv", 1);
   data.add("", "location_status", "lies");
   data.add("N_", "sv", 2);
-  library_->events().createEvent({.action = "e", .data = &data});
+  library_->services().events.createEvent({.action = "e", .data = &data});
   EXPECT_EQ(extraOf("e"), json::parse(R"({"S_name":"a\"\n","N_sv":2,"campaign_ids":[],"sv":102031000,
       "app_version":"2.5","os_version":"12","authorization_status":2,"location_status":1})"));
   EXPECT_EQ(extraOf("+APP_OPENED"), json::parse(R"({"campaign_ids":[],"sv":102031000,"app_version":"2.5",
@@ -98,9 +99,9 @@ TEST_F(EventStoreTest, OwnAttributesStandBesideTheHostsAndOverThem) {
 
 TEST_F(EventStoreTest, PermissionIsToldAsItStandsAtEachEvent) {
   record("1");
-  library_->database().pushGatewayUpdate(7, 2, store::ServerStatusState::pending);
+  library_->services().pushRecords.pushGatewayUpdate(7, 2, store::ServerStatusState::pending);
   record("2");
-  library_->database().pushGatewayUpdate(7, 1, store::ServerStatusState::pending);
+  library_->services().pushRecords.pushGatewayUpdate(7, 1, store::ServerStatusState::pending);
   record("3");
   EXPECT_EQ(extraOf("1")["authorization_status"], 0);
   EXPECT_EQ(extraOf("2")["authorization_status"], 2);
@@ -108,12 +109,12 @@ TEST_F(EventStoreTest, PermissionIsToldAsItStandsAtEachEvent) {
 }
 
 TEST_F(EventStoreTest, TouchedCampaignsAreToldUntilTheSessionEnds) {
-  library_->database().currentSession();
-  library_->database().addCampaignID("b\"");
-  library_->database().addCampaignID("a");
+  library_->services().database.currentSession();
+  library_->services().database.addCampaignID("b\"");
+  library_->services().database.addCampaignID("a");
   record("1");
   EXPECT_EQ(extraOf("1")["campaign_ids"], json::parse(R"(["a","b\""])"));
-  run([&] { library_->database().endSession(); });
+  run([&] { library_->services().database.endSession(); });
   EXPECT_EQ(extraOf("+APP_CLOSED")["campaign_ids"].size(), 2u);
   record("2");
   EXPECT_EQ(extraOf("2")["campaign_ids"], json::array());
@@ -128,7 +129,7 @@ TEST_F(EventStoreTest, OneValueThatIsNoJsonCostsAllAttributes) {
     EventData data;
     data.add("S_", "good", "x");
     data.add("N_", "bad", value);
-    EXPECT_NE(library_->events().createEvent({.action = action, .data = &data}), nullptr);
+    EXPECT_NE(library_->services().events.createEvent({.action = action, .data = &data}), nullptr);
     EXPECT_EQ(stored("SELECT extra FROM SNEvent WHERE action = '" + action + "'"), "{}");
   }
 }
@@ -136,8 +137,8 @@ TEST_F(EventStoreTest, OneValueThatIsNoJsonCostsAllAttributes) {
 TEST_F(EventStoreTest, EventThatCouldNotBeSavedGoesWithTheNextSave) {
   record("first");
   plant("CREATE TRIGGER no BEFORE INSERT ON SNEvent BEGIN SELECT RAISE(ABORT, 'no'); END");
-  EXPECT_EQ(library_->events().createEvent({.action = "lost?"}), nullptr);
-  EXPECT_EQ(run([&] { return library_->events().pendingCount(); }), 3u);
+  EXPECT_EQ(library_->services().events.createEvent({.action = "lost?"}), nullptr);
+  EXPECT_EQ(run([&] { return library_->services().events.pendingCount(); }), 3u);
   plant("DROP TRIGGER no");
   record("next");
   EXPECT_EQ(stored("SELECT action || serialNumber FROM SNEvent WHERE serialNumber > 2 ORDER BY serialNumber"),
@@ -149,10 +150,10 @@ TEST_F(EventStoreTest, DeletionTakesTheEventOutOfTheCount) {
   record("+PUSH_CAMPAIGN_RECEIVED", EventType::push_campaign);
   run([&] {
     const auto events = library_->context().fetchRecords<SNEvent>();
-    EXPECT_TRUE(library_->events().deleteEvent(*events[0]));
-    EXPECT_EQ(library_->events().pendingCount(), 1u);
+    EXPECT_TRUE(library_->services().events.deleteEvent(*events[0]));
+    EXPECT_EQ(library_->services().events.pendingCount(), 1u);
     events[1]->set(SNEvent::eventID, std::nullopt);
-    EXPECT_FALSE(library_->events().deleteEvent(*events[1])) << "without an identifier it stays";
+    EXPECT_FALSE(library_->services().events.deleteEvent(*events[1])) << "without an identifier it stays";
   });
   EXPECT_EQ(stored("SELECT count(*) FROM SNEvent"), "1");
 }

@@ -29,7 +29,7 @@ TEST_F(MaintenanceEventsTest, EventsOnTheirWayAreNotSentTwiceAndNewOnesNeedNotWa
   launch();
   maintain();
   plant("UPDATE SNEvent SET status = -1");
-  library_->record({.category = "c", .action = "second"});
+  library_->services().recorder.record({.category = "c", .action = "second"});
   passMinutes(1);
   ASSERT_EQ(calls(report).size(), 2u);
   EXPECT_THAT(actionsOf(calls(report)[1]), ElementsAre("second", "+APP_OPENED"));

@@ -37,13 +37,13 @@ class MaintenanceTest : public tests::ServiceFixture {
   // A store in which the service knows everything, left by a process that is gone.
   MaintenanceTest() {
     launch();
-    auto& database = library_->database();
-    database.deviceStatusUpdate(store::ServerStatusState::isTrue);
-    database.userActivation("ann");
-    database.userStatus(store::ServerStatusState::isTrue);
-    database.preferencesStore({"tea", "tiles"}, store::ServerStatusState::isTrue);
-    database.pushTokenStore("0a1b", store::ServerStatusState::isTrue);
-    database.locationsUpdate(true);
+    facade::Services& services = library_->services();
+    EXPECT_TRUE(services.deviceRecords.deviceStatusUpdate(store::ServerStatusState::isTrue));
+    services.userRecords.userActivation("ann");
+    services.userRecords.userStatus(store::ServerStatusState::isTrue);
+    services.userRecords.preferencesStore({"tea", "tiles"}, store::ServerStatusState::isTrue);
+    services.pushRecords.pushTokenStore("0a1b", store::ServerStatusState::isTrue);
+    services.placeRecords.locationsUpdate(true);
     die();
     plant("UPDATE SNLocations SET status = 1");
   }
@@ -67,11 +67,11 @@ class MaintenanceTest : public tests::ServiceFixture {
         campaign + "', 1, " + dates + ", " + device + ", " + user + ", 1, " + status + ", 1700000000)");
   }
   void maintain() {
-    library_->maintenance().maintain();
+    library_->services().maintenance.maintain();
     settle();
   }
   std::string statusOf(const std::string& table) {
-    run([this] { library_->context().save(); });
+    run([this] { library_->context().saveNowOrLater(); });
     return stored("SELECT status FROM " + table + " ORDER BY id");
   }
   std::vector<std::string> campaignsOf(const nlohmann::json& list) {

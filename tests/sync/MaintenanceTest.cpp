@@ -41,7 +41,8 @@ TEST_F(MaintenanceTest, StepsComeInTheirOrderAndEachPassesThroughPendingButTheDe
   EXPECT_EQ(calls(preferences)[0]["tags"], (std::vector<std::string>{"tea", "tiles"}));
   EXPECT_EQ(calls(pushToken)[0]["push_id"], "0a1b");
   EXPECT_EQ(calls(activate)[0]["user_id"], "ann");
-  EXPECT_FALSE(run([this] { return library_->database().isMaintaining(); })) << "calls outlive the run";
+  EXPECT_FALSE(run([this] { return library_->services().database.isMaintaining(); }))
+      << "calls outlive the run";
 }
 
 TEST_F(MaintenanceTest, AnswerBecomesTheRecordsStatus) {
@@ -158,8 +159,8 @@ TEST_F(MaintenanceTest, LateAnswerOfAUserGoesToWhoeverIsTheUserByThen) {
   hold(activate);
   launch();
   maintain();
-  library_->database().userActivation("bea");
-  library_->database().userStatus(store::ServerStatusState::isTrue);
+  library_->services().userRecords.userActivation("bea");
+  library_->services().userRecords.userStatus(store::ServerStatusState::isTrue);
   answerCall(activate, answer(500));
   EXPECT_EQ(stored("SELECT status FROM SNUser WHERE userID = 'ann'"), "0");
   EXPECT_EQ(stored("SELECT status FROM SNUser WHERE userID = 'bea'"), "-1");
@@ -202,8 +203,8 @@ TEST_F(MaintenanceTest, RunDuringABatchEndsBeforeItsFirstStep) {
   hold(report);
   host_.defaults->set("kSORN_LAST_START", Dictionary{{"SRStartFileName", "c"}});
   launch();
-  library_->record({.category = "c", .action = "a"});
-  library_->batch().startEventBatching(EventBatch::Trigger::timer);
+  library_->services().recorder.record({.category = "c", .action = "a"});
+  library_->services().batch.startEventBatching(events::EventBatch::Trigger::timer);
   settle();
   ASSERT_EQ(calls(report).size(), 1u);
   passMinutes(1);

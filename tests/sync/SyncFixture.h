@@ -29,7 +29,7 @@ class SyncFixture : public tests::ServiceFixture {
   }
 
   void record(const std::string& action, EventType type = EventType::app_usage) {
-    library_->record({.type = type, .action = action});
+    library_->services().recorder.record({.type = type, .action = action});
   }
   void recordMany(int count) {
     for (int index = 0; index < count; ++index) record(std::to_string(index));

@@ -1,4 +1,4 @@
-#include "facade/Users.h"
+#include "users/Users.h"
 
 #include <set>
 #include <utility>
@@ -6,9 +6,9 @@
 #include "sorn/SornError.h"
 #include "store/entities/SNPreferences.h"
 #include "support/Fault.h"
-#include "support/Uuid.h"
+#include "sync/Report.h"
 
-namespace sorn::facade {
+namespace sorn::users {
 
 using documents::EventAction;
 using server::CallResult;
@@ -18,20 +18,17 @@ using store::SNServerStatus;
 using store::SNUser;
 using support::LogLevel;
 
-Users::Users(store::DBManager& database, server::APIClient& client, support::Tasks& tasks,
-             support::Logger& logger, Signals signals)
-    : database_(database), client_(client), tasks_(tasks), logger_(logger), signals_(std::move(signals)) {}
-
-// The identifier without its application key; absent when it has none.
-std::optional<std::string> Users::defaultID() {
-  const std::optional<std::string> identifier = database_.entityIdentifier();
-  const std::size_t length = support::makeUuid().size();
-  if (!identifier || identifier->size() <= length) return std::nullopt;
-  return identifier->substr(identifier->size() - length);
-}
+Users::Users(store::DBManager& database, UserRecords& records, server::APIClient& client,
+             support::Tasks& tasks, support::Logger& logger, sync::EventRecorder& recorder)
+    : database_(database),
+      records_(records),
+      client_(client),
+      tasks_(tasks),
+      logger_(logger),
+      recorder_(recorder) {}
 
 std::string Users::defaultUser() {
-  std::optional<std::string> id = defaultID();
+  std::optional<std::string> id = records_.defaultUserID();
   if (!id) support::fault("a device identifier with an application key");
   return *std::move(id);
 }
@@ -61,24 +58,16 @@ void Users::loginUser(const std::string& id, Completion completion) {
 }
 
 void Users::login(const std::string& id) {
-  database_.userActivation(id);
-  activateAtServer(id, AfterCall::fetchInbox);
-  signals_.record({.action = EventAction::login});
+  records_.userActivation(id);
+  activateAtServer(id);
+  recorder_.record({.action = EventAction::login});
 }
 
-void Users::activateAtServer(const std::string& id, AfterCall afterCall) {
-  server::Endpoint endpoint = server::UserActivate{id};
-  if (id == defaultID()) endpoint = server::UserActivateAnonymous{id};
-  const store::Ref<SNUser> user = database_.currentUser();
-  client_.request(std::move(endpoint), [this, user, afterCall](const CallResult& result) {
-    database_.context().performBlockAndWait([&] {
-      auto status = SNServerStatus::of(user);
-      if (!status) return;
-      status->setStatus(server::succeeded(result) ? ServerStatusState::isTrue : ServerStatusState::isFalse);
-      database_.saveContext();
-    });
-    if (afterCall == AfterCall::fetchInbox && signals_.fetchInbox) signals_.fetchInbox();
-  });
+void Users::activateAtServer(const std::string& id) {
+  client_.request(records_.activationOf(id),
+                  [this, user = database_.currentUser()](const CallResult& result) {
+                    sync::applyResult(database_.context(), user, result);
+                  });
 }
 
 void Users::logoutUser() {
@@ -90,19 +79,19 @@ void Users::logout() {
   const store::Ref<SNUser> active = database_.currentUser();
   const auto status = SNServerStatus::of(active);
   const auto userID = active ? active->get(SNUser::userID) : std::nullopt;
-  if (status && status->status() == 1 && userID && userID == defaultID()) {
+  if (status && status->status() == 1 && records_.isDefaultUser(userID)) {
     logger_.log(LogLevel::info, [&] { return "User " + *userID + " already logged out. Nothing to do..."; });
     return;
   }
-  database_.loginDefaultUser();
+  records_.loginDefaultUser();
   const store::Ref<SNUser> user = database_.currentUser();
   const auto activatedID = user ? user->get(SNUser::userID) : std::nullopt;
   if (!activatedID) {
     logger_.log(LogLevel::error, "Could not create a default user");
     return;
   }
-  activateAtServer(*activatedID, AfterCall::nothing);
-  signals_.record({.action = EventAction::login});
+  activateAtServer(*activatedID);
+  recorder_.record({.action = EventAction::login});
 }
 
 void Users::registerPreferences(const std::vector<std::string>& tags) {
@@ -118,15 +107,14 @@ void Users::registerPreferences(const std::vector<std::string>& tags) {
     logger_.log(LogLevel::info, "Already got these prefs. Nothing to do...");
     return;
   }
-  database_.preferencesStore(tags, ServerStatusState::pending);
+  records_.preferencesStore(tags, ServerStatusState::pending);
   client_.request(server::PreferencesSave{tags}, [this, tags](const CallResult& result) {
-    database_.preferencesStore(
-        tags, server::succeeded(result) ? ServerStatusState::isTrue : ServerStatusState::isFalse);
+    records_.preferencesStore(tags, sync::stateOf(result));
   });
 }
 
 bool Users::hasTags(const std::vector<std::string>& tags) {
-  const auto stored = database_.preferencesRead();
+  const auto stored = records_.preferencesRead();
   const bool isAccepted = database_.context().performBlockAndWait([this] {
     const auto status = SNServerStatus::of(database_.currentApplication()->get(SNApplication::preferences));
     return status && status->status() == 1;
@@ -136,4 +124,4 @@ bool Users::hasTags(const std::vector<std::string>& tags) {
              std::set<std::string>(tags.begin(), tags.end());
 }
 
-}  // namespace sorn::facade
+}  // namespace sorn::users

@@ -1,10 +1,10 @@
-#include "sync/EventStore.h"
+#include "events/EventStore.h"
 
 #include "documents/Configuration.h"
 #include "store/entities/SNServerStatus.h"
 #include "support/TextTrim.h"
 
-namespace sorn::sync {
+namespace sorn::events {
 
 using documents::EventAction;
 using documents::EventType;
@@ -14,6 +14,7 @@ using store::SNApplication;
 using store::SNEvent;
 using store::SNSession;
 using support::LogLevel;
+using sync::NewEvent;
 
 namespace {
 
@@ -33,14 +34,15 @@ const store::Ref<Target>& held(store::Ref<Target>& holder, const SNApplication& 
 }  // namespace
 
 EventStore::EventStore(store::DBManager& database, server::ConfigurationStore& configuration,
-                       device::DeviceManager& device, support::Logger& logger,
-                       StoredHandler handleStoredEvent)
+                       device::DeviceManager& device, support::Logger& logger, sync::EventReports& reports,
+                       sync::StoredEventObserver& observer)
     : database_(database),
       context_(database.context()),
       configuration_(configuration),
       device_(device),
       logger_(logger),
-      handleStoredEvent_(std::move(handleStoredEvent)) {}
+      reports_(reports),
+      observer_(observer) {}
 
 store::Ref<SNEvent> EventStore::createEvent(const NewEvent& event) {
   if (!documents::isNamedAction(event.action) && support::trimWhitespaceAndNewlines(event.action).empty()) {
@@ -75,7 +77,7 @@ EventStore::Stored EventStore::store(const NewEvent& event) {
   associateWithSession(record, event.action);
   record.set(SNEvent::extra, std::move(attributes));
   stored.isSaved = context_.save();
-  handleStoredEvent_(record);
+  observer_.handleStoredEvent(record);
   return stored;
 }
 
@@ -198,23 +200,16 @@ void EventStore::resetStale(Date now, double limit) {
   context_.setStatusOfRows(SNEvent::entity(), stale, rawValue(ServerStatusState::isFalse), now);
   // At once: while a change of many rows waits for its save, every look at events has to take it into
   // account.
-  context_.save();
+  context_.saveNowOrLater();
 }
 
 store::RowRanges EventStore::pendingEvents() {
   if (!isCounted_) countPending();
   if (pendingCount_ == 0) return {};
   if (allAreVisited_) return store::RowRanges({lowWater_, context_.lastRowID()}, pendingCount_);
-  store::RowRanges events;
-  bool afterGap = false;
-  const store::RowRange range{lowWater_, context_.lastRowID()};
-  const bool isWhole = context_.scan(SNEvent::entity(), range, [&](const store::RowView& row) {
-    const bool isPending = !row.isAbsent(SNEvent::status) && row.integer(SNEvent::status) == 0;
-    if (isPending) events.append(row.rowID(), afterGap);
-    afterGap = !isPending;
-    return true;
+  return reports_.find({lowWater_, context_.lastRowID()}, [](const store::RowView& row) {
+    return !row.isAbsent(SNEvent::status) && row.integer(SNEvent::status) == 0;
   });
-  return isWhole ? events : store::RowRanges();
 }
 
 void EventStore::noteSettled(const store::RowRanges& events) {
@@ -225,4 +220,4 @@ void EventStore::noteSettled(const store::RowRanges& events) {
   allAreVisited_ = true;
 }
 
-}  // namespace sorn::sync
+}  // namespace sorn::events

@@ -10,11 +10,12 @@
 #include "store/DBManager.h"
 #include "support/Logger.h"
 #include "support/Tasks.h"
-#include "sync/EventStore.h"
+#include "sync/EventRecorder.h"
+#include "users/UserRecords.h"
 
-namespace sorn::facade {
+namespace sorn::users {
 
-// Who the active user is, and which tags the application has. Any thread.
+// Who the active user is, and which tags the application has: what the host says of them. Any thread.
 class Users {
  public:
   static constexpr std::size_t maxUserIDLength = 500;  // bytes; an identifier of this length is refused
@@ -22,36 +23,31 @@ class Users {
   static constexpr std::size_t maxTagLength = 60;  // bytes
 
   using Completion = std::function<void(std::exception_ptr)>;
-  struct Signals {
-    std::function<void(const sync::NewEvent&)> record;  // stores and batches an event
-    std::function<void()> fetchInbox;                   // after a login's call, on the task thread
-  };
 
-  Users(store::DBManager& database, server::APIClient& client, support::Tasks& tasks, support::Logger& logger,
-        Signals signals);
+  Users(store::DBManager& database, UserRecords& records, server::APIClient& client, support::Tasks& tasks,
+        support::Logger& logger, sync::EventRecorder& recorder);
 
   // A fault when the device has no identifier.
   std::string defaultUser();
-  // The completion runs on the task thread, once the user is stored; the service is told apart from that.
+  // The completion, which may be empty, runs on the task thread, once the user is stored; the service is told
+  // apart from that.
   void loginUser(const std::string& id, Completion completion);
   void logoutUser();
   // Throws `maxTagsReached` and `maxTagLengthReached`.
   void registerPreferences(const std::vector<std::string>& tags);
 
  private:
-  enum class AfterCall : std::uint8_t { fetchInbox, nothing };
-
-  std::optional<std::string> defaultID();
   void login(const std::string& id);
   void logout();
-  void activateAtServer(const std::string& id, AfterCall afterCall);
+  void activateAtServer(const std::string& id);
   bool hasTags(const std::vector<std::string>& tags);
 
   store::DBManager& database_;
+  UserRecords& records_;
   server::APIClient& client_;
   support::Tasks& tasks_;
   support::Logger& logger_;
-  const Signals signals_;
+  sync::EventRecorder& recorder_;
 };
 
-}  // namespace sorn::facade
+}  // namespace sorn::users

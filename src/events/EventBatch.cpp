@@ -1,25 +1,27 @@
-#include "sync/EventBatch.h"
+#include "events/EventBatch.h"
 
 #include <string>
-#include <tuple>
-#include <vector>
 
 #include "support/json/JsonWriter.h"
 
-namespace sorn::sync {
+namespace sorn::events {
 
 using store::SNEvent;
 using support::LogLevel;
 
-EventBatch::EventBatch(store::DBManager& database, EventStore& events,
-                       server::ConfigurationStore& configuration, server::APIClient& client,
-                       support::Logger& logger)
+EventBatch::EventBatch(store::DBManager& database, EventStore& events, sync::EventReports& reports,
+                       BackgroundTask& backgroundTask, server::ConfigurationStore& configuration,
+                       support::Tasks& tasks, support::Logger& logger)
     : database_(database),
       context_(database.context()),
       events_(events),
+      reports_(reports),
+      backgroundTask_(backgroundTask),
       configuration_(configuration),
-      client_(client),
-      logger_(logger) {}
+      tasks_(tasks),
+      logger_(logger),
+      eventBatchingTimer_(tasks.every(support::Tasks::Seconds(configuration.batchTimeout()),
+                                      [this] { startEventBatching(Trigger::timer); })) {}
 
 void EventBatch::batchEvent(const store::Ref<SNEvent>& event) {
   if (!event) {
@@ -38,7 +40,7 @@ void EventBatch::batchEvent(const store::Ref<SNEvent>& event) {
 }
 
 void EventBatch::count(const SNEvent& event, std::int64_t batchSize) {
-  context_.save();
+  context_.saveNowOrLater();
   // Asked once: this runs for each event.
   const bool isTold = logger_.isEnabled();
   if (isTold) logger_.log(LogLevel::info, [&] { return "Batching event: " + event.description(); });
@@ -77,57 +79,41 @@ void EventBatch::runBatch() {
   const store::RowRanges events = events_.pendingEvents();
   if (events.empty()) {
     database_.setMaintaining(false);
-    database_.endBackgroundTask();
+    backgroundTask_.end();
     return;
   }
   logger_.log(LogLevel::timer,
               [&] { return "Found " + std::to_string(events.count()) + " batched events to send..."; });
-  client_.reportEvents(events,
-                       [this, events](const server::CallResult& result) { applyResult(events, result); });
+  reports_.report(events, sync::EventReports::Deletions::told, *this);
 }
 
-bool EventBatch::isGivenUp(const server::CallResult& result) {
-  const auto* error = std::get_if<server::CallError>(&result);
-  return error && (error->code() == 400 || error->code() == 406);
-}
-
-// Not on the store's queue. Until the flag falls nobody else looks for events to report.
-void EventBatch::applyResult(const store::RowRanges& events, const server::CallResult& result) {
-  const bool isSettled = server::succeeded(result) || isGivenUp(result);
+// Until the flag falls nobody else looks for events to report.
+void EventBatch::takeAnswer(const store::RowRanges& events, bool areSettled) {
   context_.performBlockAndWait([&] {
     events_.noteSettled(events);
-    if (isSettled) return;
+    if (areSettled) return;
     context_.setStatusOfRows(SNEvent::entity(), events, rawValue(store::ServerStatusState::isFalse),
                              context_.now());
   });
-  if (isSettled) {
-    for (const store::RowRanges& piece : events.split(deletedInTurn)) {
-      context_.performBlockAndWait([&] { deleteEvents(piece); });
-    }
-  }
-  context_.performBlockAndWait([&] {
+}
+
+void EventBatch::finish(const store::RowRanges& /*events*/) {
+  context_.performBlockAndWait([this] {
     database_.setMaintaining(false);
-    database_.endBackgroundTask();
+    backgroundTask_.end();
   });
 }
 
-// One save for all of them; each gets its line afterwards.
-void EventBatch::deleteEvents(const store::RowRanges& events) {
-  std::vector<std::string> eventIDs;
-  if (logger_.isEnabled()) {
-    for (const store::RowRange& range : events.ranges()) {
-      std::ignore = context_.scan(SNEvent::entity(), range, [&](const store::RowView& event) {
-        eventIDs.emplace_back(event.text(SNEvent::eventID));
-        return true;
-      });
-    }
-  }
-  context_.deleteRows(SNEvent::entity(), events);
-  const bool isDeleted = context_.save();
-  for (const std::string& eventID : eventIDs) {
-    logger_.log(isDeleted ? LogLevel::success : LogLevel::error,
-                [&] { return (isDeleted ? "Deleted event: " : "Failed to delete event: ") + eventID; });
-  }
+// The closing event and its save come first: they must not wait for whether the system grants any time.
+void EventBatch::enterBackground() {
+  tasks_.post([this] {
+    logger_.log(LogLevel::info, "Application entered background... Attempting save in DB...");
+    context_.performBlockAndWait([this] { database_.endSession(); });
+    context_.performBlock([this] { context_.saveNowOrLater(); });
+    context_.performBlockAndWait([this] { backgroundTask_.begin(); });
+    logger_.log(LogLevel::info, "Attempting to send batched events in bg...");
+    startEventBatching(Trigger::limit);
+  });
 }
 
-}  // namespace sorn::sync
+}  // namespace sorn::events

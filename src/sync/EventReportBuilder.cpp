@@ -1,4 +1,4 @@
-#include "server/EventReport.h"
+#include "sync/EventReportBuilder.h"
 
 #include <array>
 #include <utility>
@@ -9,7 +9,7 @@
 #include "support/json/JsonCheck.h"
 #include "support/json/JsonWriter.h"
 
-namespace sorn::server {
+namespace sorn::sync {
 
 namespace {
 
@@ -178,4 +178,4 @@ std::string_view EventReportBuilder::deviceMembers(std::int64_t row, Shared& sha
   return entry->second;
 }
 
-}  // namespace sorn::server
+}  // namespace sorn::sync

@@ -11,7 +11,7 @@
 #include "store/entities/SNEvent.h"
 #include "support/Logger.h"
 
-namespace sorn::server {
+namespace sorn::sync {
 
 // A text and the member that was written for it.
 struct RepeatedText {
@@ -30,9 +30,6 @@ class EventReportBuilder {
   EventReportBuilder(store::ManagedObjectContext& context, const platform::UserDefaults& defaults,
                      support::Logger& logger)
       : context_(context), defaults_(defaults), logger_(logger) {}
-
-  // Where the events are, and everything else that is stored.
-  store::ManagedObjectContext& context() const { return context_; }
 
   // Not from the store's queue. Rows that are gone meanwhile are left out. Absent when some could not be
   // read: who took such a report for whole would delete what it never held.
@@ -62,4 +59,4 @@ class EventReportBuilder {
   support::Logger& logger_;
 };
 
-}  // namespace sorn::server
+}  // namespace sorn::sync
