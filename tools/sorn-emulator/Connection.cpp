@@ -52,7 +52,8 @@ class Writer {
 
   After garbage(const HttpAnswer& answer, bool raw) {
     if (!raw) return whole(answer);
-    channel_.write("\x15\x03\x01\x00\x02 this is no HTTP answer\r\n\r\n");
+    using namespace std::string_view_literals;  // which keep the zero byte
+    channel_.write("\x15\x03\x01\x00\x02 this is no HTTP answer\r\n\r\n"sv);
     return After::close;
   }
 
