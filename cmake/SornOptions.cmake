@@ -7,6 +7,13 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
+# Where ccache is installed, it stands before the compiler.
+find_program(SORN_CCACHE ccache)
+mark_as_advanced(SORN_CCACHE)
+if(SORN_CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${SORN_CCACHE}")
+endif()
+
 option(SORN_BENCHMARKS "Build the benchmarks" OFF)
 option(SORN_FUZZ "Build the fuzz targets (needs clang)" OFF)
 option(SORN_LTO "Optimise the shared library of a release build when it is linked (g++)" ON)
@@ -17,23 +24,20 @@ set(SORN_STORAGE_ORIGIN "https://storage.invalid" CACHE STRING "Origin of the pu
 set(SORN_STORAGE_DOMAIN ".files.invalid" CACHE STRING "Domain part that follows the bucket's first label")
 set(SORN_LOG_LABEL "invalid.sorn.sdk" CACHE STRING "Label of the library's lines in the system log")
 
-add_library(sorn_warnings INTERFACE)
-target_compile_options(sorn_warnings INTERFACE
+# Of this directory and those below it, so that no host that links a target inherits them.
+add_compile_options(
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wcast-align -Woverloaded-virtual
   -Wconversion -Wno-sign-conversion -Wnull-dereference -Wimplicit-fallthrough -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # g++ 12 reports uses of uninitialised and dangling storage inside the standard library's variants.
-  target_compile_options(sorn_warnings INTERFACE
+  add_compile_options(
     -Wno-maybe-uninitialized -Wno-null-dereference -Wno-restrict -Wno-dangling-pointer -Wno-array-bounds)
 endif()
-
-add_library(sorn_flags INTERFACE)
-target_link_libraries(sorn_flags INTERFACE sorn_warnings)
 if(SORN_SANITIZE)
-  target_compile_options(sorn_flags INTERFACE -fsanitize=${SORN_SANITIZE} -fno-omit-frame-pointer)
-  target_link_options(sorn_flags INTERFACE -fsanitize=${SORN_SANITIZE})
+  add_compile_options(-fsanitize=${SORN_SANITIZE} -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${SORN_SANITIZE})
   if(SORN_SANITIZE MATCHES "undefined")
-    target_compile_options(sorn_flags INTERFACE -fno-sanitize-recover=undefined)
+    add_compile_options(-fno-sanitize-recover=undefined)
   endif()
 endif()
 if(SORN_FUZZ)

@@ -53,7 +53,7 @@ function(sorn_add_floor)
   foreach(lower IN LISTS sees)
     target_include_directories(${target} PRIVATE "${PROJECT_BINARY_DIR}/floors/${lower}")
   endforeach()
-  target_link_libraries(${target} PUBLIC sorn_flags Threads::Threads ${FLOOR_LIBRARIES})
+  target_link_libraries(${target} PUBLIC Threads::Threads ${FLOOR_LIBRARIES})
   target_compile_definitions(${target} PRIVATE SORN_BUILDING_LIBRARY)
 endfunction()
 
