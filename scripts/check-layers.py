@@ -5,29 +5,25 @@ Prints one line for each folder with the folders it includes; `--dot` prints the
 alone that no longer way explains.
 """
 
-import pathlib
 import re
 import sys
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent
+from floors import ROOT, read_floors
+
 # Headers of `include/sorn/` that belong to the facade; all others are the ground.
 TOP_HEADERS = {"Sorn.h", "SornCustomEvents.h"}
 INCLUDE = re.compile(r'^\s*#include\s+"([^"]+)"', re.MULTILINE)
 
 
-def read_floors():
-    """For each folder, from the ground up, its library and what it sees: itself and everything below it."""
-    towers, sees = {}, {}
-    for line in (ROOT / "src/floors.txt").read_text(encoding="utf-8").splitlines():
-        if line and not line.startswith("#"):
-            name, below = line.split(":")
-            tower, folder = name.split()
-            towers[folder] = tower
-            sees[folder] = {folder}.union(*(sees[lower] for lower in below.split()))
-    return towers, sees
+def read_sight():
+    """For each folder, from the ground up, what it sees: itself and everything below it."""
+    sees = {}
+    for folder, (_, below) in read_floors().items():
+        sees[folder] = {folder}.union(*(sees[lower] for lower in below))
+    return sees
 
 
-TOWERS, SEES = read_floors()
+SEES = read_sight()
 
 
 def folder_of_include(path):
