@@ -79,7 +79,7 @@ thin_progress() {
       next=$((BASH_REMATCH[1] / 10 * 10 + 10))
       line="  ${BASH_REMATCH[1]} %"
     fi
-    [ "$line" = "ninja: no work to do." ] || printf '%s\n' "$line"
+    [[ $line = "ninja: no work to do." || $line = "-- "* ]] || printf '%s\n' "$line"
   done
 }
 
