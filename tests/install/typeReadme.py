@@ -36,7 +36,7 @@ def free_port():
 
 def session(readme, way, build):
     """What is typed, as one script."""
-    script = "set -e; trap 'kill $(jobs -p)' EXIT\n"
+    script = "set -e; trap 'kill $(jobs -p) || true' EXIT\n"
     for language, text in blocks(readme):
         if language in FILES:
             script += f"cat >{FILES[language]} <<'END OF FILE'\n{text}END OF FILE\n"
