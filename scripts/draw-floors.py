@@ -75,31 +75,37 @@ def disentangle(rows, ways):
     return centres(rows)
 
 
+def arrow(way, places, top):
+    points = [(places[way[0]], top[way[0]] + HEIGHT)]
+    for bend in way[1:-1]:
+        points += [(places[bend], top[bend]), (places[bend], top[bend] + HEIGHT)]
+    points.append((places[way[-1]], top[way[-1]]))
+    text = " ".join(f"{x + GAP / 2:.0f},{y}" for x, y in points)
+    return f'<polyline points="{text}" fill="none" stroke="#667" stroke-width="1.3"/>'
+
+
+def box(x, y, wide, high, colour):
+    return f'<rect x="{x:.0f}" y="{y}" width="{wide}" height="{high}" rx="4" fill="{colour}" stroke="#445"/>'
+
+
 def draw():
     rows, ways = rows_and_ways()
     places, full = disentangle(rows, ways)
     top = {station: GAP + ROW * number for number, row in enumerate(rows) for station in row}
     libraries = list(dict.fromkeys(tower for tower, _ in FLOORS.values()))
     colour = dict(zip(libraries, COLOURS))
-    lines = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{full + GAP:.0f}" height="{ROW * len(rows) + 30}" '
+    end = ROW * len(rows)
+    lines = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{full + GAP:.0f}" height="{end + 30}" '
              'font-family="sans-serif" font-size="14" text-anchor="middle">',
              '<rect width="100%" height="100%" fill="white"/>']
-    for way in ways:
-        points = [(places[way[0]], top[way[0]] + HEIGHT)]
-        for bend in way[1:-1]:
-            points += [(places[bend], top[bend]), (places[bend], top[bend] + HEIGHT)]
-        points.append((places[way[-1]], top[way[-1]]))
-        text = " ".join(f"{x + GAP / 2:.0f},{y}" for x, y in points)
-        lines.append(f'<polyline points="{text}" fill="none" stroke="#667" stroke-width="1.3"/>')
+    lines += [arrow(way, places, top) for way in ways]
     for folder, (tower, _) in FLOORS.items():
         x, y = places[folder] + GAP / 2, top[folder]
-        lines.append(f'<rect x="{x - BOX / 2:.0f}" y="{y}" width="{BOX}" height="{HEIGHT}" rx="6" '
-                     f'fill="{colour[tower]}" stroke="#445"/>')
-        lines.append(f'<text x="{x:.0f}" y="{y + 22}">{folder}</text>')
+        lines += [box(x - BOX / 2, y, BOX, HEIGHT, colour[tower]), f'<text x="{x:.0f}" y="{y + 22}">{folder}</text>']
     for number, tower in enumerate(libraries):
-        lines.append(f'<rect x="{GAP + number * BOX}" y="{ROW * len(rows) + 4}" width="14" height="14" '
-                     f'fill="{colour[tower]}" stroke="#445"/>')
-        lines.append(f'<text x="{GAP + 20 + number * BOX}" y="{ROW * len(rows) + 16}" text-anchor="start">{tower}</text>')
+        x = GAP + number * BOX
+        lines += [box(x, end + 4, 14, 14, colour[tower]),
+                  f'<text x="{x + 20}" y="{end + 16}" text-anchor="start">{tower}</text>']
     return "\n".join([*lines, "</svg>", ""])
 
 
