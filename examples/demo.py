@@ -141,6 +141,11 @@ class Demo:
             raise Failure("a screen event was refused")
         self.logged.append(("NO_CATEGORY", "+SCREEN_OPENED", parts))
 
+    def ready_made(self, command, category, action, attributes):
+        if not self.host.run(command)["ok"]:
+            raise Failure("a ready-made event was refused")
+        self.logged.append((category, action, attributes))
+
     def library_event(self, action):
         self.logged.append(("NO_CATEGORY", action, {}))
 
@@ -207,6 +212,20 @@ class Demo:
         self.advance(1)
         self.show_received(8)
 
+        self.title("Ready-made events of a shop: their keys are fixed, the host's own may not touch them")
+        item = {"id": "tea-7", "type": "tea", "name": "Assam", "price": "9.90", "currencyCode": "EUR"}
+        fixed = {"S_item_id": "tea-7", "S_item_type": "tea", "S_item_name": "Assam", "N_item_price": 9.9,
+                 "S_currency": "EUR"}
+        self.ready_made("retail addToCart " + text({"item": item, "quantity": 2}), "+RETAIL", "+ADD_TO_CART",
+                        {**fixed, "N_quantity": 2})
+        self.ready_made("retail purchase " + text({"item": item, "quantity": 2, "success": True}), "+RETAIL", "+PURCHASE",
+                        {**fixed, "N_quantity": 2, "B_success": True})
+        self.ready_made('search "green tea"', "+GENERIC", "+SEARCH", {"S_query": "green tea"})
+        self.expect("a key of the fixed data is refused",
+                    not self.host.run("retail view " + text({"item": {**item, "data": {"item_id": "8"}}}))["ok"])
+        self.advance(10)
+        self.show_received(11)
+
     def users_and_sessions(self):
         self.title("A user logs in, tags are set")
         self.host.run("login anna")
@@ -214,20 +233,20 @@ class Demo:
         self.host.run('tags ["tea", "music"]')
         self.log("account", "greeted")
         self.advance(10)
-        self.show_received(10)
+        self.show_received(13)
         self.expect("the service has the tags", ["tea", "music"] in values(self.service.call("state")["tags"]))
 
         self.title("To the background and back: the session is closed and reported, a second one opens")
         self.host.run("background")
         self.library_event("+APP_CLOSED")
         self.host.run("advance 0")
-        self.show_received(11)
+        self.show_received(14)
         self.host.run("foreground")
         self.library_event("+APP_OPENED")
         self.host.run("logout")
         self.library_event("+LOGIN")
         self.advance(10)
-        self.show_received(13)
+        self.show_received(16)
 
     def campaigns(self):
         self.title("Campaigns are published; the next start of the host fetches them")

@@ -11,8 +11,10 @@
 #include <stdexcept>
 #include <thread>
 
+#include "EventCommands.h"
 #include "host/HeadlessPlatform.h"
 #include "host/HostBundle.h"
+#include "sorn/SornCustomEvents.h"
 #include "sorn/SornError.h"
 #include "support/json/Json.h"
 #include "support/json/JsonWriter.h"
@@ -146,6 +148,7 @@ void Commands::addCommands() {
     sorn_.logScreenWithName(argument(line, 0), data(line, 1));
     return Dictionary();
   };
+  addEventCommands();
   addUserCommands();
   addLifecycleCommands();
   handlers_["wait"] = [](const CommandLine& line) {
@@ -155,6 +158,22 @@ void Commands::addCommands() {
   handlers_["quit"] = [](const CommandLine&) -> Dictionary {
     writeLine({{"command", "quit"}, {"ok", true}});
     std::_Exit(0);
+  };
+}
+
+void Commands::addEventCommands() {
+  const auto add = [this](const char* command, void (*log)(const std::string&, const Dictionary&)) {
+    handlers_[command] = [log](const CommandLine& line) {
+      expectAtMost(line, 2);
+      log(argument(line, 0), parseDictionary(argument(line, 1)));
+      return Dictionary();
+    };
+  };
+  add("retail", logRetail);
+  add("content", logContent);
+  handlers_["search"] = [](const CommandLine& line) {
+    SornGenericEvent::search(argument(line, 0), data(line, 1));
+    return Dictionary();
   };
 }
 

@@ -38,6 +38,7 @@ class Commands {
   using Handler = std::function<Dictionary(const CommandLine&)>;
 
   void addCommands();
+  void addEventCommands();
   void addUserCommands();
   void addLifecycleCommands();
   void addClockCommands();

@@ -89,6 +89,9 @@ class SORN_EXPORT Sorn {
   void logEventWith(const std::string& category, const std::string& action,
                     const std::optional<Dictionary>& data = std::nullopt);
 
+  // When the view that shows a screen logs it: at its first appearance, or at each (see `SornScreen`).
+  enum class LogScreenMode { onLoad, onAppear };
+
   // Records that a screen was opened. The name is a path of parts with 1 to 50 printable ASCII characters
   // each, joined by points. Returns before the event is stored.
   //

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <array>
+#include <charconv>
 #include <chrono>
+#include <cmath>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -21,9 +24,24 @@ using Date = std::chrono::time_point<std::chrono::system_clock, std::chrono::dur
 inline double secondsSince1970(Date date) { return date.time_since_epoch().count(); }
 inline Date dateSince1970(double seconds) { return Date(std::chrono::duration<double>(seconds)); }
 
-// A number outside the range of 64-bit integers and doubles, kept as its decimal text.
+// A decimal number as its digits, in the form that JSON has for numbers: prices and quantities, which a
+// double would round, and numbers outside the range of 64-bit integers and doubles.
 struct Decimal {
-  std::string digits;
+  Decimal() = default;
+  explicit Decimal(std::string text) : digits(std::move(text)) {}
+  explicit Decimal(const char* text) : digits(text) {}
+  // The shortest digits that read back as the same number; none, which no event can hold, for NaN and the
+  // infinities.
+  explicit Decimal(std::integral auto whole) : digits(std::to_string(whole)) {}
+  explicit Decimal(std::floating_point auto number) {
+    digits.clear();
+    if (!std::isfinite(number)) return;
+    std::array<char, 32> text{};
+    const auto written = std::to_chars(text.data(), text.data() + text.size(), static_cast<double>(number));
+    digits.assign(text.data(), written.ptr);
+  }
+
+  std::string digits = "0";
   bool operator==(const Decimal&) const = default;
 };
 

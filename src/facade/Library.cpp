@@ -42,13 +42,6 @@ void Library::refuseAfterFork() const {
   if (support::isForkedChild()) throw SornError::plain(SornError::Code::serviceUnavailable);
 }
 
-void Library::requireUsageReports() {
-  if (configuration_.isEnabled(&documents::Features::reportUsage, true)) return;
-  const SornError error = SornError::plain(SornError::Code::featureNotEnabled);
-  logger_.log(error, support::Forced::yes);
-  throw error;
-}
-
 void Library::start(const std::string& configurationFile) {
   Startup::HandOver handOver;
   handOver.beforeNameIsKept = [this] {

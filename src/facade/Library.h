@@ -36,8 +36,6 @@ class Library final : public sync::Restart {
   void start(const std::string& configurationFile) override;
   // Throws `serviceUnavailable` in a child process that was forked off.
   void refuseAfterFork() const;
-  // Logs and throws `featureNotEnabled` when the account reports no usage.
-  void requireUsageReports();
 
   const platform::Platform& ports() const { return ports_; }
   FacadeState& state() { return state_; }

@@ -14,6 +14,7 @@ Services::Services(const Foundation& on)
       backgroundTask(context, *on.ports.application),
       batch(database, events, eventReports, backgroundTask, on.configuration, on.tasks, on.logger),
       recorder(events, batch, context),
+      eventCalls(context, on.configuration, *on.ports.application, on.logger, recorder),
       sessionEvents(recorder),
       unsentEvents(database, eventReports, on.logger),
       deviceRecords(database, on.device),

@@ -5,6 +5,7 @@
 #include "events/BackgroundTask.h"
 #include "events/BatchedRecorder.h"
 #include "events/EventBatch.h"
+#include "events/EventCalls.h"
 #include "events/EventStore.h"
 #include "events/SessionEvents.h"
 #include "events/UnsentEvents.h"
@@ -73,6 +74,7 @@ struct Services {
   events::BackgroundTask backgroundTask;
   events::EventBatch batch;
   events::BatchedRecorder recorder;
+  events::EventCalls eventCalls;
   events::SessionEvents sessionEvents;
   events::UnsentEvents unsentEvents;
 

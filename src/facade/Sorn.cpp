@@ -2,7 +2,6 @@
 
 #include <mutex>
 
-#include "events/EventValidation.h"
 #include "facade/Library.h"
 #include "host/HeadlessPlatform.h"
 #include "support/ForkGuard.h"
@@ -126,39 +125,12 @@ void Sorn::registerPreferences(const std::vector<std::string>& tags) {
 void Sorn::logEventWith(const std::string& category, const std::string& action,
                         const std::optional<Dictionary>& data) {
   library_.refuseAfterFork();
-  library_.requireUsageReports();
-  sync::EventData typed;
-  try {
-    events::validateEventNames(category, action);
-  } catch (const SornError& error) {
-    library_.logger().log(error, Forced::yes);
-    throw;
-  }
-  try {
-    if (data) events::appendExtraData(*data, typed);
-  } catch (const SornError& error) {
-    // The exact reason is in the log alone; the host gets the general one.
-    library_.logger().log(error, Forced::yes);
-    throw SornError::plain(SornError::Code::invalidExtraData);
-  }
-  library_.services().recorder.record({.category = category, .action = action, .data = &typed});
+  library_.services().eventCalls.logEventWith(category, action, data);
 }
 
 void Sorn::logScreenWithName(const std::string& name, const std::optional<Dictionary>& data) {
   library_.refuseAfterFork();
-  library_.requireUsageReports();
-  try {
-    const int orientation = library_.ports().application->orientation();
-    auto typed = std::make_shared<const sync::EventData>(
-        events::screenData(name, data ? &*data : nullptr, orientation));
-    library_.context().performBlock([this, typed] {
-      library_.services().recorder.record(
-          {.action = documents::EventAction::screenOpened, .data = typed.get()});
-    });
-  } catch (const SornError& error) {
-    library_.logger().log(error, Forced::yes);
-    throw;
-  }
+  library_.services().eventCalls.logScreenWithName(name, data);
 }
 
 void Sorn::applicationDidFinishLaunching() { run(library_, &Lifecycle::applicationDidFinishLaunching); }
