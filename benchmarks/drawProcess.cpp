@@ -18,8 +18,7 @@ namespace {
 using namespace sorn;
 
 bool drawOffer(const std::string& document, const std::string& bytes) {
-  documents::DecodingFailure failure;
-  const auto campaigns = documents::decodeCampaigns(document, failure);
+  const auto campaigns = documents::decodeCampaigns(document);
   if (!campaigns) return false;
   draw::PangoTextMeasure measure;
   layout::SornViewWrapper wrapper(campaigns->front(), measure, bench::offerFamily);

@@ -22,9 +22,8 @@ namespace {
 constexpr layout::Size offerSize{offerWidth, offerHeight};
 
 documents::SornInAppCampaign offer() {
-  documents::DecodingFailure failure;
-  auto campaigns = documents::decodeCampaigns(offerCampaign("http://127.0.0.1/hero.png"), failure);
-  if (!campaigns) throw std::logic_error(failure.description());
+  auto campaigns = documents::decodeCampaigns(offerCampaign("http://127.0.0.1/hero.png"));
+  if (!campaigns) throw std::logic_error(campaigns.error().description());
   return campaigns->front();
 }
 

@@ -53,7 +53,8 @@ void checkRoundTrip(const sorn::Value& value) {
     fault("writing twice gives the same text");
 }
 
-void checkPlainObject(std::string_view text, const std::optional<Document>& document) {
+void checkPlainObject(std::string_view text,
+                      const sorn::support::Result<Document, sorn::support::JsonError>& document) {
   if (!sorn::support::isPlainObjectWithout(text, reserved)) return;
   if (!document || !document->root().isObject()) fault("a plain object can be read");
   for (const std::string_view key : reserved) {
@@ -84,7 +85,7 @@ void checkIsTaken(const sorn::Value& value) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
-  const std::optional<Document> document = Document::parse(text, Fragments::yes);
+  const auto document = Document::parse(text, Fragments::yes);
   checkPlainObject(text, document);
   if (!document) return 0;
   const sorn::Value value = document->root().toValue();

@@ -23,9 +23,8 @@ std::size_t endOfString(std::string_view line, std::size_t begin) {
 }
 
 Value parse(std::string_view json) {
-  support::JsonError error;
-  const auto document = support::Document::parse(json, support::Fragments::yes, &error);
-  if (!document) throw std::invalid_argument("not JSON: " + error.description);
+  const auto document = support::Document::parse(json, support::Fragments::yes);
+  if (!document) throw std::invalid_argument("not JSON: " + document.error().description);
   return document->root().toValue();
 }
 

@@ -22,7 +22,8 @@ constexpr std::size_t longestFile = std::size_t{64} << 20;
 
 std::map<std::string, std::string, std::less<>> textsOf(const std::string* json) {
   std::map<std::string, std::string, std::less<>> texts;
-  const auto document = json ? support::Document::parse(*json) : std::nullopt;
+  if (!json) return texts;
+  const auto document = support::Document::parse(*json);
   if (!document) return texts;
   for (const auto& [key, value] : document->root().members()) {
     if (value.isText()) texts.emplace(key, value.text());
@@ -70,16 +71,13 @@ void SornInAppCampaignManager::loadCampaigns() {
     logger_.log(LogLevel::error, "Could not get fileURL for loading");
     return;
   }
-  std::error_code error;
-  const std::string text = support::readBounded(*file, longestFile, error);
-  documents::DecodingFailure failure;
-  auto campaigns = error ? std::nullopt : documents::decodeCampaigns(text, failure);
-  if (!campaigns) {
-    logger_.log(LogLevel::error, [&] {
-      return "Failed to load campaigns: " + (error ? error.message() : failure.description());
-    });
-    return;
-  }
+  const auto fail = [this](const std::string& reason) {
+    logger_.log(LogLevel::error, "Failed to load campaigns: " + reason);
+  };
+  const auto text = support::readBounded(*file, longestFile);
+  if (!text) return fail(text.error().message());
+  auto campaigns = documents::decodeCampaigns(*text);
+  if (!campaigns) return fail(campaigns.error().description());
   setCampaigns(*std::move(campaigns));
 }
 
@@ -104,18 +102,17 @@ std::optional<std::string> SornInAppCampaignManager::writeFile(const documents::
                                                                const std::filesystem::path& file) {
   const auto text = documents::encodeCampaigns(campaigns, support::Writer::Form::pretty);
   if (!text) return "a value that JSON cannot hold";
-  const std::error_code error = support::writeAtomically(file, *text);
-  return error ? std::optional(error.message()) : std::nullopt;
+  const auto written = support::writeAtomically(file, *text);
+  return written ? std::nullopt : std::optional(written.error().message());
 }
 
 void SornInAppCampaignManager::fetchRemoteCampaigns() {
   campaigns();  // while no event waits for the disk
   published_.fetchCampaigns([this](server::PublishedFiles::CampaignsResult result) {
-    if (auto* campaigns = std::get_if<documents::Campaigns>(&result)) {
-      storeCampaigns(std::move(*campaigns));
+    if (result) {
+      storeCampaigns(*std::move(result));
     } else {
-      const auto& error = std::get<server::PublishedFiles::CampaignsError>(result);
-      logger_.logDescription(server::descriptionOf(error), support::Forced::no);
+      logger_.logDescription(server::descriptionOf(result.error()), support::Forced::no);
     }
   });
 }

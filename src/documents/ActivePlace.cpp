@@ -4,8 +4,8 @@
 
 namespace sorn::documents {
 
-std::optional<std::vector<ActivePlace>> decodePlaces(std::string_view json, DecodingFailure& failure) {
-  return decodeDocument<std::vector<ActivePlace>>(json, failure);
+Decoded<std::vector<ActivePlace>> decodePlaces(std::string_view json) {
+  return decodeDocument<std::vector<ActivePlace>>(json);
 }
 
 }  // namespace sorn::documents

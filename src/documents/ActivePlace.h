@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string_view>
 #include <tuple>
 #include <vector>
@@ -33,6 +32,6 @@ struct Description<ActivePlace> {
 };
 
 // The places of a JSON array, all or none.
-std::optional<std::vector<ActivePlace>> decodePlaces(std::string_view json, DecodingFailure& failure);
+Decoded<std::vector<ActivePlace>> decodePlaces(std::string_view json);
 
 }  // namespace sorn::documents

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "support/Result.h"
 #include "support/json/Json.h"
 
 namespace sorn::documents {
@@ -70,5 +71,8 @@ class DecodingFailure {
   Extent extent_;
   std::vector<Fault> faults_;  // paths from the innermost step outwards
 };
+
+template <class Document>
+using Decoded = support::Result<Document, DecodingFailure>;
 
 }  // namespace sorn::documents

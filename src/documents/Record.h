@@ -262,8 +262,9 @@ void encodeList(support::Writer& writer, const Record& record) {
 
 }  // namespace detail
 
-// False, with the path and the cause in `failure`, when something is wrong. Walks the members once; of
-// members with the same key the first one counts.
+// False, with the path and the cause in `failure`, when something is wrong: one failure goes through all
+// levels, since decoders fill it from the inside out. Walks the members once; of members with the same key
+// the first one counts.
 template <Described Record>
 bool decode(const support::Node& node, Record& record, DecodingFailure& failure) {
   using Table = FieldTable<Record>;
@@ -288,19 +289,23 @@ bool decode(const support::Node& node, Record& record, DecodingFailure& failure)
   return good;
 }
 
-// The record from the text of a whole document; absent with the failure told.
-template <class Document>
-std::optional<Document> decodeDocument(std::string_view text, DecodingFailure& failure) {
-  support::JsonError error;
-  const std::optional<support::Document> document =
-      support::Document::parse(text, support::Fragments::no, &error);
-  Document value{};
-  if (!document) {
-    failure.syntax(error.description);
-    return std::nullopt;
-  }
-  if (!ValueForm<Document>::decode(document->root(), value, failure)) return std::nullopt;
-  return value;
+// A record, a list or any other value that stands in a document.
+template <class T>
+Decoded<T> decodeValue(const support::Node& node) {
+  Decoded<T> decoded{T()};
+  DecodingFailure failure;
+  if (!ValueForm<T>::decode(node, *decoded, failure)) decoded = support::Failure(std::move(failure));
+  return decoded;
+}
+
+// The value from the text of a whole document.
+template <class T>
+Decoded<T> decodeDocument(std::string_view text) {
+  const auto document = support::Document::parse(text);
+  if (document) return decodeValue<T>(document->root());
+  DecodingFailure failure;
+  failure.syntax(document.error().description);
+  return support::Failure(std::move(failure));
 }
 
 // Writes the record with the same keys. Absent optional members are left out.

@@ -5,30 +5,24 @@
 
 namespace sorn::documents {
 
-std::optional<Campaigns> decodeCampaigns(std::string_view json, DecodingFailure& failure) {
-  return decodeDocument<Campaigns>(json, failure);
+Decoded<Campaigns> decodeCampaigns(std::string_view json) { return decodeDocument<Campaigns>(json); }
+
+Decoded<SornInAppCampaign> decodeCampaign(std::string_view json) {
+  return decodeDocument<SornInAppCampaign>(json);
 }
 
-std::optional<SornInAppCampaign> decodeCampaign(std::string_view json, DecodingFailure& failure) {
-  return decodeDocument<SornInAppCampaign>(json, failure);
+Decoded<SornInAppCampaign> decodeCampaign(const support::Node& object) {
+  return decodeValue<SornInAppCampaign>(object);
 }
 
-std::optional<SornInAppCampaign> decodeCampaign(const support::Node& object, DecodingFailure& failure) {
-  std::optional<SornInAppCampaign> campaign(std::in_place);
-  if (!decode(object, *campaign, failure)) campaign.reset();
-  return campaign;
-}
-
-Campaigns decodeEachCampaign(std::string_view json, DecodingFailure& failure) {
-  Campaigns campaigns;
-  support::JsonError error;
-  const auto document = support::Document::parse(json, support::Fragments::no, &error);
-  if (document) {
-    ValueForm<Campaigns>::decode(document->root(), campaigns, failure);
+EachCampaign decodeEachCampaign(std::string_view json) {
+  EachCampaign each;
+  if (const auto document = support::Document::parse(json)) {
+    ValueForm<Campaigns>::decode(document->root(), each.campaigns, each.failure);
   } else {
-    failure.syntax(error.description);
+    each.failure.syntax(document.error().description);
   }
-  return campaigns;
+  return each;
 }
 
 std::optional<std::string> encodeCampaigns(const Campaigns& campaigns, support::Writer::Form form) {

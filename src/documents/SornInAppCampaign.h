@@ -118,16 +118,19 @@ struct SornInAppCampaign {
 
 using Campaigns = std::vector<SornInAppCampaign>;
 
-// The campaigns of a JSON array, all or none: one fault anywhere loses the list, and `failure` tells its
-// path and cause.
-std::optional<Campaigns> decodeCampaigns(std::string_view json, DecodingFailure& failure);
+// The campaigns of a JSON array, all or none: one fault anywhere loses the list.
+Decoded<Campaigns> decodeCampaigns(std::string_view json);
 // One campaign that stands alone.
-std::optional<SornInAppCampaign> decodeCampaign(std::string_view json, DecodingFailure& failure);
-std::optional<SornInAppCampaign> decodeCampaign(const support::Node& object, DecodingFailure& failure);
+Decoded<SornInAppCampaign> decodeCampaign(std::string_view json);
+Decoded<SornInAppCampaign> decodeCampaign(const support::Node& object);
 
-// What was decoded, faults and all: with a failure that collects every fault, the elements without one are
-// good. Empty when the text is no JSON.
-Campaigns decodeEachCampaign(std::string_view json, DecodingFailure& failure);
+// Everything that can be decoded, and every fault: the elements without one are good. No campaigns, and one
+// fault, when the text is no JSON.
+struct EachCampaign {
+  Campaigns campaigns;
+  DecodingFailure failure{DecodingFailure::Extent::allFaults};
+};
+EachCampaign decodeEachCampaign(std::string_view json);
 
 // A JSON array with the same keys, without the absent values and without the nodes' `id`. Absent when a
 // value is none of JSON (NaN, text that is not UTF-8), which nothing decoded is.

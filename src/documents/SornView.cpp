@@ -19,7 +19,7 @@ std::optional<support::Url> urlOf(const std::optional<std::string>& text, suppor
 }
 
 std::optional<Dictionary> dictionaryOf(const std::optional<std::string>& text, support::Logger& logger) {
-  const auto document = text ? support::Document::parse(*text) : std::nullopt;
+  const auto document = support::Document::parse(text.value_or(""));
   if (document && document->root().isObject()) return *document->root().toValue().as<Dictionary>();
   logger.log(support::LogLevel::info,
              [&] { return "Could not deserialize JSON from string: " + orDash(text); });

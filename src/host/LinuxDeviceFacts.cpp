@@ -68,16 +68,14 @@ LinuxDeviceFacts::LinuxDeviceFacts(std::filesystem::path root, Environment envir
       }) {}
 
 std::optional<std::string> LinuxDeviceFacts::firstLine(const std::filesystem::path& file) const {
-  std::error_code error;
-  const std::string text = support::readBounded(root_ / file, longestFile, error);
+  const std::string text = support::readBounded(root_ / file, longestFile).value_or({});
   const std::string_view line = trimmed(std::string_view(text).substr(0, text.find('\n')));
   return line.empty() ? std::nullopt : std::optional<std::string>(line);
 }
 
 std::optional<std::string> LinuxDeviceFacts::assignment(const std::filesystem::path& file,
                                                         std::string_view key) const {
-  std::error_code error;
-  const std::string text = support::readBounded(root_ / file, longestFile, error);
+  const std::string text = support::readBounded(root_ / file, longestFile).value_or({});
   std::string_view rest = text;
   std::optional<std::string> found;
   while (!rest.empty()) {

@@ -26,6 +26,8 @@ constexpr std::chrono::seconds longestConnect{30};
 // Longer time-outs count as this one, which keeps the deadline inside the clock's range.
 constexpr std::chrono::duration<double> longestIdle = std::chrono::hours(24 * 7);
 
+support::Failure<TransportError> refusal(int code) { return support::Failure(TransportError{code}); }
+
 CurlTransfer& self(void* pointer) { return *static_cast<CurlTransfer*>(pointer); }
 
 }  // namespace
@@ -64,9 +66,9 @@ CurlTransfer::~CurlTransfer() {
   curl_slist_free_all(headers_);
 }
 
-std::optional<int> CurlTransfer::prepare() {
+support::Result<void, TransportError> CurlTransfer::prepare() {
   handle_ = curl_easy_init();
-  if (!handle_) return TransportError::unknown;
+  if (!handle_) return refusal(TransportError::unknown);
   curl_easy_setopt(handle_, CURLOPT_PRIVATE, static_cast<void*>(this));
   curl_easy_setopt(handle_, CURLOPT_HEADERFUNCTION, &Callbacks::header);
   curl_easy_setopt(handle_, CURLOPT_HEADERDATA, static_cast<void*>(this));
@@ -104,13 +106,13 @@ void CurlTransfer::prepareLimits() {
   curl_easy_setopt(handle_, CURLOPT_QUICK_EXIT, 1L);
 }
 
-std::optional<int> CurlTransfer::prepareTarget() {
+support::Result<void, TransportError> CurlTransfer::prepareTarget() {
   auto origin = originOf(request_.url);
-  if (const int* code = std::get_if<int>(&origin)) return *code;
-  origin_ = std::get<UrlOrigin>(std::move(origin));
+  if (!origin) return support::Failure(origin.error());
+  origin_ = *std::move(origin);
   // Reserved never to exist (RFC 6761): no name server needs to be asked.
-  if (origin_.host.ends_with(".invalid")) return TransportError::cannotFindHost;
-  if (!prepareHeaders()) return TransportError::badUrl;
+  if (origin_.host.ends_with(".invalid")) return refusal(TransportError::cannotFindHost);
+  if (!prepareHeaders()) return refusal(TransportError::badUrl);
   curl_easy_setopt(handle_, CURLOPT_URL, request_.url.c_str());
   // A proxy that the environment names can't reach this machine's own servers.
   curl_easy_setopt(handle_, CURLOPT_PROXY, isLoopback(origin_.host) ? "" : static_cast<const char*>(nullptr));
@@ -123,7 +125,7 @@ std::optional<int> CurlTransfer::prepareTarget() {
   decoder_.reset();
   progress_ = 0;
   moved();
-  return std::nullopt;
+  return {};
 }
 
 void CurlTransfer::prepareBody() {
@@ -172,10 +174,9 @@ std::optional<CurlTransfer::Result> CurlTransfer::ended(int curlCode) {
 // 301 and 302 turn a POST into a GET as every browser does, 303 asks for that, 307 and 308 forbid it.
 std::optional<CurlTransfer::Result> CurlTransfer::followRedirect(const std::string& target) {
   const auto next = originOf(target);
-  const UrlOrigin* origin = std::get_if<UrlOrigin>(&next);
-  const bool leaves = !origin || *origin != origin_;
+  const bool leaves = !next || *next != origin_;
   if (leaves && request_.staysOnOrigin) return std::move(response_);
-  if (!origin) return TransportError{std::get<int>(next)};
+  if (!next) return next.error();
   if (++redirects_ > mostRedirects) return TransportError{TransportError::tooManyRedirects};
   const auto drop = [this](auto&& unwanted) {
     std::erase_if(request_.headers,
@@ -191,7 +192,7 @@ std::optional<CurlTransfer::Result> CurlTransfer::followRedirect(const std::stri
     drop([](std::string_view name) { return sameName(name, "Authorization") || sameName(name, "Cookie"); });
   }
   request_.url = target;
-  if (const std::optional<int> code = prepareTarget()) return TransportError{*code};
+  if (const auto ready = prepareTarget(); !ready) return ready.error();
   return std::nullopt;
 }
 

@@ -29,8 +29,8 @@ class CurlTransfer {
   CurlTransfer(const CurlTransfer&) = delete;
   CurlTransfer& operator=(const CurlTransfer&) = delete;
 
-  // Makes the handle ready. A request that can't be sent gives its error code, and has no handle to run.
-  std::optional<int> prepare();
+  // Makes the handle ready. A request that can't be sent says why, and has no handle to run.
+  support::Result<void, platform::TransportError> prepare();
   void* handle() const { return handle_; }
 
   // When the transfer has been silent for too long, unless a byte moves before.
@@ -43,7 +43,7 @@ class CurlTransfer {
  private:
   struct Callbacks;
 
-  std::optional<int> prepareTarget();
+  support::Result<void, platform::TransportError> prepareTarget();
   void prepareLimits();
   void prepareBody();
   bool prepareHeaders();

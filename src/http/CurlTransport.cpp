@@ -106,8 +106,8 @@ CurlTransport::RequestId CurlTransport::send(platform::HttpRequest request, Comp
   const RequestId id = ++lastId_;
   Session& session = this->session();
   auto transfer = std::make_unique<CurlTransfer>(std::move(request), session.cookies());
-  if (const std::optional<int> refusal = transfer->prepare()) {
-    ended_.emplace_back(std::move(completion), platform::TransportError{*refusal});
+  if (const auto ready = transfer->prepare(); !ready) {
+    ended_.emplace_back(std::move(completion), ready.error());
     return id;
   }
   curl_multi_add_handle(session.multi(), transfer->handle());

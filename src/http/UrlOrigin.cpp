@@ -5,21 +5,23 @@
 
 #include <curl/curl.h>
 
-#include "sorn/platform/HttpTransport.h"
-
 namespace sorn::http {
 
 namespace {
 
+using platform::TransportError;
+
 using ParsedUrl = std::unique_ptr<CURLU, void (*)(CURLU*)>;
 
-std::variant<ParsedUrl, int> parse(const std::string& url) {
+support::Failure<TransportError> failure(int code) { return support::Failure(TransportError{code}); }
+
+support::Result<ParsedUrl, TransportError> parse(const std::string& url) {
   ParsedUrl parsed(curl_url(), curl_url_cleanup);
-  if (!parsed) return platform::TransportError::unknown;
+  if (!parsed) return failure(TransportError::unknown);
   const CURLUcode code =
       curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), CURLU_NON_SUPPORT_SCHEME | CURLU_PATH_AS_IS);
-  if (code == CURLUE_BAD_SCHEME) return platform::TransportError::unsupportedUrl;
-  if (code != CURLUE_OK) return platform::TransportError::badUrl;
+  if (code == CURLUE_BAD_SCHEME) return failure(TransportError::unsupportedUrl);
+  if (code != CURLUE_OK) return failure(TransportError::badUrl);
   return parsed;
 }
 
@@ -39,20 +41,18 @@ std::string lowered(std::string text) {
 
 }  // namespace
 
-std::variant<UrlOrigin, int> originOf(const std::string& url) {
-  const auto result = parse(url);
-  if (const int* code = std::get_if<int>(&result)) return *code;
-  const auto& parsed = std::get<ParsedUrl>(result);
-  UrlOrigin origin{lowered(part(parsed, CURLUPART_SCHEME, 0)), lowered(part(parsed, CURLUPART_HOST, 0)),
-                   part(parsed, CURLUPART_PORT, CURLU_DEFAULT_PORT)};
-  if (origin.scheme != "http" && origin.scheme != "https") return platform::TransportError::unsupportedUrl;
-  if (origin.host.empty()) return platform::TransportError::badUrl;
+support::Result<UrlOrigin, TransportError> originOf(const std::string& url) {
+  const auto parsed = parse(url);
+  if (!parsed) return support::Failure(parsed.error());
+  UrlOrigin origin{lowered(part(*parsed, CURLUPART_SCHEME, 0)), lowered(part(*parsed, CURLUPART_HOST, 0)),
+                   part(*parsed, CURLUPART_PORT, CURLU_DEFAULT_PORT)};
+  if (origin.scheme != "http" && origin.scheme != "https") return failure(TransportError::unsupportedUrl);
+  if (origin.host.empty()) return failure(TransportError::badUrl);
   return origin;
 }
 
 std::optional<std::string> hostWithOwnPort(const std::string& url) {
-  const auto result = parse(url);
-  const auto* parsed = std::get_if<ParsedUrl>(&result);
+  const auto parsed = parse(url);
   if (!parsed) return std::nullopt;
   const std::string port = part(*parsed, CURLUPART_PORT, 0);
   const bool isOwn = part(*parsed, CURLUPART_PORT, CURLU_NO_DEFAULT_PORT).empty();

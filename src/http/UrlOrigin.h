@@ -2,7 +2,9 @@
 
 #include <optional>
 #include <string>
-#include <variant>
+
+#include "sorn/platform/HttpTransport.h"
+#include "support/Result.h"
 
 namespace sorn::http {
 
@@ -16,9 +18,9 @@ struct UrlOrigin {
 };
 
 // Reads the origin in the same way as the HTTP client reads the address, so that a comparison can't be misled
-// by two opinions about one text. Otherwise the code of `TransportError`: `unsupportedUrl` for a scheme other
-// than http and https, `badUrl` for what is no address.
-std::variant<UrlOrigin, int> originOf(const std::string& url);
+// by two opinions about one text. Fails with `unsupportedUrl` for a scheme other than http and https, with
+// `badUrl` for what is no address.
+support::Result<UrlOrigin, platform::TransportError> originOf(const std::string& url);
 
 // The value of "Host" for an address that names a port although it is its scheme's own; absent for any other.
 // A signature covers the port as it is written, but the HTTP client by itself leaves such a one out.

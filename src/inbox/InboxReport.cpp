@@ -64,8 +64,7 @@ void InboxReport::sendDeleted(const Items& items) {
 }
 
 void InboxReport::takeAnswer(const Items& items, std::string_view list, const CallResult& result) {
-  const auto* answer = std::get_if<server::Answer>(&result);
-  const std::optional<Node> object = answer ? answer->object() : std::nullopt;
+  const std::optional<Node> object = result ? result->object() : std::nullopt;
   const std::optional<Node> entries = object ? object->find(list) : std::nullopt;
   bool areObjects = entries && entries->isArray();
   if (areObjects) {

@@ -103,8 +103,7 @@ void DeviceStep::contactServer() {
 }
 
 void DeviceStep::takeAnswer(const CallResult& result) {
-  const auto* answer = std::get_if<server::Answer>(&result);
-  const std::optional<support::Node> object = answer ? answer->object() : std::nullopt;
+  const std::optional<support::Node> object = result ? result->object() : std::nullopt;
   if (!configuration_.takeFromAnswer(object)) {
     logger_.log(LogLevel::error, "Could not decode configuration");
   }
@@ -117,9 +116,9 @@ void DeviceStep::takeAnswer(const CallResult& result) {
 }
 
 void DeviceStep::logOutcome(const CallResult& result, bool isSaved) {
-  if (const auto* error = std::get_if<server::CallError>(&result)) {
+  if (!result) {
     logger_.log(LogLevel::info, [&] {
-      return "Error while saving to Sorn platform (" + error->localizedDescription() + ")...";
+      return "Error while saving to Sorn platform (" + result.error().localizedDescription() + ")...";
     });
     return;
   }

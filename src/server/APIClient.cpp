@@ -20,17 +20,16 @@ void APIClient::send(Endpoint endpoint, const Completion& completion) {
   const std::string_view path = description(endpoint);
   std::optional<platform::HttpBody> body = bodyOf(std::move(endpoint), sources_);
   if (!body) {
-    completion(CallError(PlatformError{std::string(support::JsonError::domain), support::JsonError::code}));
+    completion(CallFailure(PlatformError{std::string(support::JsonError::domain), support::JsonError::code}));
     return;
   }
   auto request = signedRequest(path, *std::move(body), account_);
-  if (const APIError* error = std::get_if<APIError>(&request)) {
-    completion(CallError(*error));
+  if (!request) {
+    completion(CallFailure(request.error()));
     return;
   }
-  auto& ready = std::get<platform::HttpRequest>(request);
-  const std::string url = ready.url;
-  tasks_.send(std::move(ready), [this, url, completion](platform::HttpTransport::Result result) {
+  const std::string url = request->url;
+  tasks_.send(*std::move(request), [this, url, completion](platform::HttpTransport::Result result) {
     completion(classify(url, std::move(result)));
   });
 }
@@ -38,7 +37,7 @@ void APIClient::send(Endpoint endpoint, const Completion& completion) {
 // Only status 200 is a success, and only its body is read.
 CallResult APIClient::classify(const std::string& url, platform::HttpTransport::Result result) {
   if (const auto* error = std::get_if<TransportError>(&result)) {
-    return CallError(PlatformError{PlatformError::transportDomain, error->code});
+    return CallFailure(PlatformError{PlatformError::transportDomain, error->code});
   }
   const auto& response = std::get<HttpResponse>(result);
   const auto line = [&](std::string_view mark) {
@@ -46,13 +45,12 @@ CallResult APIClient::classify(const std::string& url, platform::HttpTransport::
   };
   if (response.status != 200) {
     logger_.log(LogLevel::error, [&] { return line(std::to_string(response.status)); });
-    return CallError(APIError{APIError::Case::businessError, response.status});
+    return CallFailure(APIError{APIError::Case::businessError, response.status});
   }
   logger_.log(LogLevel::success, [&] { return line("200 OK"); });
-  std::optional<support::Document> document =
-      support::Document::parse(response.body, support::Fragments::yes);
+  auto document = support::Document::parse(response.body, support::Fragments::yes);
   if (document) return Answer(*std::move(document));
-  return CallError(PlatformError{std::string(support::JsonError::domain), support::JsonError::code});
+  return CallFailure(PlatformError{std::string(support::JsonError::domain), support::JsonError::code});
 }
 
 }  // namespace sorn::server

@@ -4,12 +4,12 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <variant>
 
 #include "server/APIError.h"
 #include "server/Endpoint.h"
 #include "support/Account.h"
 #include "support/Logger.h"
+#include "support/Result.h"
 #include "support/Tasks.h"
 #include "support/json/Json.h"
 
@@ -30,9 +30,8 @@ class Answer {
   support::Document document_;
 };
 
-using CallResult = std::variant<Answer, CallError>;
-
-inline bool succeeded(const CallResult& result) { return std::holds_alternative<Answer>(result); }
+using CallResult = support::Result<Answer, CallError>;
+using CallFailure = support::Failure<CallError>;
 
 // Sends one endpoint and hands the answer on. Keeps no state and never retries: what a failure means is its
 // caller's business. Any thread; completions run on the task thread.

@@ -13,8 +13,7 @@ constexpr std::int64_t defaultBatchSize = 10;
 constexpr double defaultBatchTimeout = 10.0;
 
 std::shared_ptr<const Configuration> decodeStored(const std::string& text) {
-  documents::DecodingFailure failure;
-  std::optional<Configuration> decoded = documents::decodeDocument<Configuration>(text, failure);
+  const auto decoded = documents::decodeDocument<Configuration>(text);
   return decoded ? std::make_shared<const Configuration>(*decoded) : nullptr;
 }
 
@@ -86,10 +85,10 @@ void ConfigurationStore::setConfiguration(const std::optional<Configuration>& co
 
 bool ConfigurationStore::takeFromAnswer(const std::optional<support::Node>& answer) {
   const auto member = answer ? answer->find("configuration") : std::nullopt;
-  Configuration configuration;
-  documents::DecodingFailure failure;
-  if (!member || !documents::decode(*member, configuration, failure)) return false;
-  setConfiguration(configuration);
+  if (!member) return false;
+  const auto configuration = documents::decodeValue<Configuration>(*member);
+  if (!configuration) return false;
+  setConfiguration(*configuration);
   return true;
 }
 

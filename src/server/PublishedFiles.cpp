@@ -83,7 +83,7 @@ void PublishedFiles::fetchCampaigns(std::function<void(CampaignsResult)> complet
       objectUrl("/inapp/public/", "/active.json.gz", "Could not construct in-app campaign URL");
   if (!url) {
     tasks_.post([completion = std::move(completion)] {
-      completion(CampaignsError(SornError::plain(SornError::Code::invalidInAppCampaignData)));
+      completion(CampaignsFailure(SornError::plain(SornError::Code::invalidInAppCampaignData)));
     });
     return;
   }
@@ -96,11 +96,10 @@ void PublishedFiles::fetchCampaigns(std::function<void(CampaignsResult)> complet
 // The status is not looked at: an error page fails at decoding.
 PublishedFiles::CampaignsResult PublishedFiles::campaignsOf(platform::HttpTransport::Result result) {
   if (const auto* error = std::get_if<TransportError>(&result)) {
-    return CampaignsError(PlatformError{PlatformError::transportDomain, error->code});
+    return CampaignsFailure(PlatformError{PlatformError::transportDomain, error->code});
   }
-  documents::DecodingFailure failure;
-  auto campaigns = documents::decodeCampaigns(std::get<HttpResponse>(result).body, failure);
-  if (!campaigns) return CampaignsError(std::move(failure));
+  auto campaigns = documents::decodeCampaigns(std::get<HttpResponse>(result).body);
+  if (!campaigns) return CampaignsFailure(std::move(campaigns).error());
   logger_.log(LogLevel::info,
               [&] { return "Fetched " + std::to_string(campaigns->size()) + " in-app campaigns"; });
   return *std::move(campaigns);
@@ -140,10 +139,9 @@ void PublishedFiles::takePlaces(const platform::HttpTransport::Result& result) {
   }
   const auto etag = response->header("Etag");
   const auto timestamp = decimalInteger(response->header("x-goog-meta-timestamp").value_or("0"));
-  documents::DecodingFailure failure;
-  auto decoded = documents::decodePlaces(response->body, failure);
+  auto decoded = documents::decodePlaces(response->body);
   if (!decoded) {
-    logger_.logDescription(failure.description(), Forced::no);
+    logger_.logDescription(decoded.error().description(), Forced::no);
     return;
   }
   if (etag && timestamp) placeSave_.savePlaces({*std::move(decoded), std::string(*etag), *timestamp});

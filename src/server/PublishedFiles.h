@@ -17,6 +17,7 @@
 #include "sorn/platform/UserDefaults.h"
 #include "support/Account.h"
 #include "support/Logger.h"
+#include "support/Result.h"
 #include "support/Tasks.h"
 
 namespace sorn::server {
@@ -47,7 +48,8 @@ class PublishedFiles {
 
   // Why there are no campaigns: the library's own error, a decoding failure, or a transport error.
   using CampaignsError = std::variant<SornError, documents::DecodingFailure, PlatformError>;
-  using CampaignsResult = std::variant<documents::Campaigns, CampaignsError>;
+  using CampaignsFailure = support::Failure<CampaignsError>;
+  using CampaignsResult = support::Result<documents::Campaigns, CampaignsError>;
 
   PublishedFiles(const support::Account& account, const platform::Deployment& deployment,
                  platform::UserDefaults& defaults, const platform::Clock& clock, support::Tasks& tasks,

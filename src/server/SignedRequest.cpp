@@ -15,12 +15,12 @@ constexpr int firstUnsignedPort = 9999;
 
 }  // namespace
 
-std::variant<std::string, APIError> signatureOf(const support::Url& url, const platform::HttpBody& body,
-                                                const support::Account& account) {
+support::Result<std::string, APIError> signatureOf(const support::Url& url, const platform::HttpBody& body,
+                                                   const support::Account& account) {
   const auto credentials = account.credentials();
-  if (!credentials) return APIError{APIError::Case::missingApplicationKey};
+  if (!credentials) return support::Failure(APIError{APIError::Case::missingApplicationKey});
   const auto host = url.host();
-  if (!host || host->empty()) return APIError{APIError::Case::invalidHost};
+  if (!host || host->empty()) return support::Failure(APIError{APIError::Case::invalidHost});
   std::string prefix(*host);
   if (const auto port = url.port(); port && *port >= 1 && *port < firstUnsignedPort) {
     prefix += ":" + std::to_string(*port);
@@ -32,15 +32,15 @@ std::variant<std::string, APIError> signatureOf(const support::Url& url, const p
   return credentials->applicationKey + "=" + support::base64Encode(support::bytesOf(hash.finish()));
 }
 
-std::variant<platform::HttpRequest, APIError> signedRequest(std::string_view path, platform::HttpBody body,
-                                                            const support::Account& account) {
+support::Result<platform::HttpRequest, APIError> signedRequest(std::string_view path, platform::HttpBody body,
+                                                               const support::Account& account) {
   const auto credentials = account.credentials();
   if (!credentials) support::fault("a base URL before a request is built");
   const auto base = support::Url::parse(credentials->baseURL);
   if (!base) support::fault("a base URL that is one");
   const support::Url url = base->appendPathComponent(path);
   auto signature = signatureOf(url, body, account);
-  if (const APIError* error = std::get_if<APIError>(&signature)) return *error;
+  if (!signature) return support::Failure(signature.error());
   platform::HttpRequest request;
   request.method = "POST";
   request.url = url.text();
@@ -49,7 +49,7 @@ std::variant<platform::HttpRequest, APIError> signedRequest(std::string_view pat
   request.readsOnlySuccess = true;
   request.headers = {{"Content-Length", std::to_string(body.size())},
                      {"Content-Type", "application/json"},
-                     {"Authorization", std::get<std::string>(std::move(signature))}};
+                     {"Authorization", *std::move(signature)}};
   request.body = std::move(body);
   return request;
 }

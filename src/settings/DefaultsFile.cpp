@@ -72,7 +72,7 @@ JsonFile::State DefaultsFile::refresh() {
 // A file that can't be read is somebody else's to mend: writing would lose what is in it.
 bool DefaultsFile::save(JsonFile::State replaced) const {
   if (!file_ || replaced == JsonFile::State::unreadable) return false;
-  return !file_->save(fileText(values_), replaced, platform::Durability::process);
+  return static_cast<bool>(file_->save(fileText(values_), replaced, platform::Durability::process));
 }
 
 void DefaultsFile::change(const std::string& key, std::optional<Value> value) {

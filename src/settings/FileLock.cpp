@@ -37,7 +37,7 @@ void waitForLock(int descriptor) {
 }  // namespace
 
 FileLock::FileLock(const std::filesystem::path& file) {
-  if (support::makePrivateFolders(file.parent_path())) return;
+  if (!support::makePrivateFolders(file.parent_path())) return;
   descriptor_ =
       ::open(lockFileOf(file).c_str(), O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
   if (descriptor_ >= 0) waitForLock(descriptor_);

@@ -2,10 +2,10 @@
 
 #include <filesystem>
 #include <string_view>
-#include <system_error>
 
 #include "sorn/Value.h"
 #include "sorn/platform/Deployment.h"
+#include "support/AtomicFile.h"
 
 namespace sorn::settings {
 
@@ -25,7 +25,7 @@ class JsonFile {
 
   Content load() const;
   // A damaged file is kept beside the new one, with ".damaged" at its name's end, for whoever wants to know.
-  std::error_code save(std::string_view json, State replaced, platform::Durability durability) const;
+  support::FileResult save(std::string_view json, State replaced, platform::Durability durability) const;
 
  private:
   const std::filesystem::path file_;

@@ -52,7 +52,7 @@ platform::SecureStore::Status SecureStoreFile::remove(std::string_view service) 
 platform::SecureStore::Status SecureStoreFile::save(const JsonFile::Content& content) const {
   std::string text;
   if (!support::appendValue(text, content.members)) return ioFailure;
-  return file_->save(text, content.state, platform::Durability::power) ? ioFailure : success;
+  return file_->save(text, content.state, platform::Durability::power) ? success : ioFailure;
 }
 
 }  // namespace sorn::settings

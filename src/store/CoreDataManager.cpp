@@ -28,23 +28,23 @@ CoreDataManager::~CoreDataManager() = default;
 
 void CoreDataManager::openStore() {
   const std::vector<std::filesystem::path> candidates = directories_.documents();
-  std::string reason = "no home directory";
-  std::unique_ptr<PersistentStore> store;
-  if (!candidates.empty()) {
-    const std::filesystem::path& directory = candidates.back();
-    if (const std::error_code error = support::makePrivateFolders(directory)) {
-      // The directory is the one for documents, whatever the line calls it: the text is kept as it is known.
-      logger_.log(support::LogLevel::error,
-                  [&] { return "Error while creating application support dir: " + error.message(); });
-    }
-    store = PersistentStore::open(directory / databaseName, durability_, reason);
-  }
-  if (!store) {
-    logStoreIsMissing(reason);
+  if (candidates.empty()) {
+    logStoreIsMissing("no home directory");
     return;
   }
-  store_ = store.get();
-  context_.setStore(std::move(store), [this](const std::string& damage) {
+  const std::filesystem::path& directory = candidates.back();
+  if (const auto made = support::makePrivateFolders(directory); !made) {
+    // The directory is the one for documents, whatever the line calls it: the text is kept as it is known.
+    logger_.log(support::LogLevel::error,
+                [&] { return "Error while creating application support dir: " + made.error().message(); });
+  }
+  auto store = PersistentStore::open(directory / databaseName, durability_);
+  if (!store) {
+    logStoreIsMissing(store.error());
+    return;
+  }
+  store_ = store->get();
+  context_.setStore(*std::move(store), [this](const std::string& damage) {
     store_ = nullptr;
     logStoreIsMissing(damage);
   });

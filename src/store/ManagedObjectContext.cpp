@@ -294,11 +294,10 @@ bool ManagedObjectContext::save() {
   const std::size_t statements = statementsToWrite();
   if (statements > 0) {
     if (!store_) return false;
-    const bool needsTransaction = statements > 1;
-    if (needsTransaction && !store_->begin()) return false;
-    if (!writeChanges() || (needsTransaction && !store_->commit())) {
+    const bool isWritten =
+        statements == 1 ? writeChanges() : store_->inTransaction([this] { return writeChanges(); });
+    if (!isWritten) {
       isStoreDamaged_ = isStoreDamaged_ || store_->isDamaged();
-      if (needsTransaction) store_->rollBack();
       giveUpDamagedStore();
       return false;
     }

@@ -47,61 +47,46 @@ std::string columnList(const EntityDescription& entity, std::uint64_t columns = 
 
 // Makes sure that there is a file which only its owner can read, and that what it holds may be a database.
 // SQLite would make one with wider rights, and would empty or overwrite some files that are none.
-bool prepareFile(const std::filesystem::path& file, std::string& reason) {
+support::Result<void, std::string> prepareFile(const std::filesystem::path& file) {
   // What is no file, a pipe for instance, must not keep the library waiting.
   constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
   const int descriptor = ::open(file.c_str(), flags, 0600);
-  if (descriptor < 0) {
-    reason = std::strerror(errno);
-    return false;
-  }
+  if (descriptor < 0) return support::Failure(std::string(std::strerror(errno)));
   constexpr std::string_view magic("SQLite format 3\0", 16);
   char begin[16] = {};
   struct stat status {};
   const bool isFile = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
   const ssize_t length = isFile ? ::read(descriptor, begin, sizeof begin) : -1;
   ::close(descriptor);
-  if (length < 0) {
-    reason = "not a readable file";
-    return false;
-  }
+  if (length < 0) return support::Failure(std::string("not a readable file"));
   if (length != 0 && std::string_view(begin, static_cast<std::size_t>(length)) != magic) {
-    reason = "not a database";
-    return false;
+    return support::Failure(std::string("not a database"));
   }
-  return true;
+  return {};
 }
 
 }  // namespace
 
-std::unique_ptr<PersistentStore> PersistentStore::open(const std::filesystem::path& file,
-                                                       platform::Durability durability, std::string& reason) {
-  if (!prepareFile(file, reason)) return nullptr;
+PersistentStore::Opened PersistentStore::open(const std::filesystem::path& file,
+                                              platform::Durability durability) {
+  if (auto prepared = prepareFile(file); !prepared) return support::Failure(prepared.error());
   std::unique_ptr<PersistentStore> store(new PersistentStore(file, durability));
-  if (!store->openDatabase(reason)) return nullptr;
+  if (auto opened = store->openDatabase(); !opened) return support::Failure(opened.error());
   return store;
 }
 
-bool PersistentStore::openDatabase(std::string& reason) {
-  if (!database_.open(file_)) {
-    reason = database_.lastError();
-    return false;
-  }
-  // Whose file it is comes first: the settings of the journal would already be written into it.
-  if (!isOurs(reason)) return false;
+// Whose file it is comes before anything is set: the settings of the journal would already be written into
+// it.
+PersistentStore::Done PersistentStore::openDatabase() {
+  if (!database_.open(file_)) return databaseFailure();
+  if (Done ours = isOurs(); !ours) return ours;
   for (const char* end : {"", "-wal"}) ::chmod((file_.string() + end).c_str(), 0600);
-  if (!configure(database_)) {
-    reason = database_.lastError();
-    return false;
-  }
-  if (!migrate(reason)) return false;
+  if (!configure(database_)) return databaseFailure();
+  if (Done migrated = migrate(); !migrated) return migrated;
   const std::optional<std::int64_t> bound = database_.integer("SELECT bound FROM SNRowIDs");
-  if (!bound || !probe()) {
-    reason = database_.lastError();
-    return false;
-  }
+  if (!bound || !probe()) return databaseFailure();
   reservedRowIDs_ = *bound;
-  return true;
+  return {};
 }
 
 bool PersistentStore::configure(sqlite::Database& database) const {
@@ -116,38 +101,38 @@ bool PersistentStore::configure(sqlite::Database& database) const {
                                                                      : "PRAGMA synchronous=NORMAL");
 }
 
-bool PersistentStore::isOurs(std::string& reason) {
+PersistentStore::Done PersistentStore::isOurs() {
   const std::optional<std::int64_t> version = database_.integer("PRAGMA user_version");
   const std::optional<std::int64_t> application = database_.integer("PRAGMA application_id");
   // A new file has no mark yet, and no tables.
   const bool isMarked = application == applicationID;
   const std::optional<std::int64_t> tables =
       isMarked ? 0 : database_.integer("SELECT count(*) FROM sqlite_master");
-  if (!version || !application || !tables) {
-    reason = database_.lastError();
-    return false;
-  }
-  if (*version > schemaVersion || *tables > 0) {
-    reason = *version > schemaVersion ? "written by a newer version" : "another application's database";
-    return false;
-  }
-  return true;
+  if (!version || !application || !tables) return databaseFailure();
+  if (*version > schemaVersion) return support::Failure(std::string("written by a newer version"));
+  if (*tables > 0) return support::Failure(std::string("another application's database"));
+  return {};
 }
 
-bool PersistentStore::migrate(std::string& reason) {
-  if (database_.integer("PRAGMA user_version") == schemaVersion) return true;
-  bool succeeded = begin();
+PersistentStore::Done PersistentStore::migrate() {
+  if (database_.integer("PRAGMA user_version") == schemaVersion) return {};
+  std::string reason;
+  const bool isDone = inTransaction([&] {
+    const bool areMade = createTables();
+    if (!areMade) reason = database_.lastError();
+    return areMade;
+  });
+  if (isDone) return {};
+  return reason.empty() ? databaseFailure() : support::Failure(reason);
+}
+
+bool PersistentStore::createTables() {
+  bool succeeded = true;
   for (const EntityDescription* entity : allEntities()) succeeded = succeeded && createMissing(*entity);
-  succeeded = succeeded &&
-              database_.execute("CREATE TABLE IF NOT EXISTS SNRowIDs (bound INTEGER NOT NULL)") &&
-              database_.execute("INSERT INTO SNRowIDs SELECT 1 WHERE NOT EXISTS (SELECT 1 FROM SNRowIDs)") &&
-              database_.execute(("PRAGMA application_id=" + std::to_string(applicationID)).c_str()) &&
-              database_.execute(("PRAGMA user_version=" + std::to_string(schemaVersion)).c_str()) && commit();
-  if (!succeeded) {
-    reason = database_.lastError();
-    rollBack();
-  }
-  return succeeded;
+  return succeeded && database_.execute("CREATE TABLE IF NOT EXISTS SNRowIDs (bound INTEGER NOT NULL)") &&
+         database_.execute("INSERT INTO SNRowIDs SELECT 1 WHERE NOT EXISTS (SELECT 1 FROM SNRowIDs)") &&
+         database_.execute(("PRAGMA application_id=" + std::to_string(applicationID)).c_str()) &&
+         database_.execute(("PRAGMA user_version=" + std::to_string(schemaVersion)).c_str());
 }
 
 bool PersistentStore::createMissing(const EntityDescription& entity) {
@@ -245,7 +230,13 @@ std::size_t PersistentStore::count(const EntityDescription& entity, const Predic
   return static_cast<std::size_t>(count);
 }
 
-bool PersistentStore::commit() { return database_.execute("COMMIT"); }
+// What went wrong is looked at before the transaction rolls back, which is an operation of its own.
+bool PersistentStore::inTransaction(const std::function<bool()>& writes) {
+  sqlite::Transaction transaction(database_);
+  if (transaction.hasBegun() && writes() && transaction.commit()) return true;
+  isDamaged_ = isDamaged_ || database_.lastFailedByDamage();
+  return false;
+}
 
 bool PersistentStore::insert(const EntityDescription& entity, std::int64_t rowID,
                              std::span<const Cell> cells) {

@@ -14,6 +14,7 @@
 #include "store/Predicate.h"
 #include "store/Schema.h"
 #include "store/sqlite/Database.h"
+#include "support/Result.h"
 
 namespace sorn::store {
 
@@ -21,11 +22,11 @@ namespace sorn::store {
 // memory; what is unsaved belongs to the context. On the store's queue, but for `checkpointWhileQuiet`.
 class PersistentStore {
  public:
-  // Opens the file or makes it, and brings its tables up to date. Null when that fails: the file is corrupt,
-  // written by a newer version, held by another process, or no database at all; it is then left as it was,
-  // and `reason` says why.
-  static std::unique_ptr<PersistentStore> open(const std::filesystem::path& file,
-                                               platform::Durability durability, std::string& reason);
+  // Opens the file or makes it, and brings its tables up to date. Where that fails, the reason: the file is
+  // corrupt, written by a newer version, held by another process, or no database at all; it is then left as
+  // it was.
+  using Opened = support::Result<std::unique_ptr<PersistentStore>, std::string>;
+  static Opened open(const std::filesystem::path& file, platform::Durability durability);
 
   // Shows the rows in ascending order of their ids; the statement's column 0 is the row id, the entity's
   // columns follow, of which only those whose bits are set may be read. The visitor may not run another
@@ -35,24 +36,23 @@ class PersistentStore {
               std::uint64_t columns, const std::function<bool(const sqlite::Statement&)>& visitor);
   std::size_t count(const EntityDescription& entity, const Predicate& predicate);
 
-  // One transaction. A single write needs none: it is one by itself.
-  bool begin() { return database_.execute("BEGIN IMMEDIATE"); }
-  bool commit();
-  void rollBack() { database_.execute("ROLLBACK"); }
+  // Several writes as one transaction, which is rolled back unless all of them and its end succeed. A single
+  // write needs none: it is one by itself.
+  [[nodiscard]] bool inTransaction(const std::function<bool()>& writes);
 
-  bool insert(const EntityDescription& entity, std::int64_t rowID, std::span<const Cell> cells);
+  [[nodiscard]] bool insert(const EntityDescription& entity, std::int64_t rowID, std::span<const Cell> cells);
   // Writes the columns whose bits are set.
-  bool update(const EntityDescription& entity, std::int64_t rowID, std::uint64_t columns,
-              std::span<const Cell> cells);
-  bool remove(const EntityDescription& entity, std::int64_t rowID);
-  bool apply(const BulkChange& change);
+  [[nodiscard]] bool update(const EntityDescription& entity, std::int64_t rowID, std::uint64_t columns,
+                            std::span<const Cell> cells);
+  [[nodiscard]] bool remove(const EntityDescription& entity, std::int64_t rowID);
+  [[nodiscard]] bool apply(const BulkChange& change);
 
-  // Whether the operation before failed because the file is damaged.
-  bool isDamaged() const { return database_.lastFailedByDamage(); }
+  // Whether the last write that failed did so because the file is damaged.
+  bool isDamaged() const { return isDamaged_ || database_.lastFailedByDamage(); }
 
   // Ids below this one are taken.
   std::int64_t reservedRowIDs() const { return reservedRowIDs_; }
-  bool reserveRowIDs(std::int64_t bound);
+  [[nodiscard]] bool reserveRowIDs(std::int64_t bound);
 
   // After each save. Keeps the log from growing without bound while nobody rests, by a pass within the turn.
   // True when the log has grown by so much that `checkpointWhileQuiet` had better run now: then that pass has
@@ -65,11 +65,14 @@ class PersistentStore {
  private:
   PersistentStore(std::filesystem::path file, platform::Durability durability)
       : file_(std::move(file)), durability_(durability) {}
-  bool openDatabase(std::string& reason);
+  using Done = support::Result<void, std::string>;
+  Done openDatabase();
   // Whether the file is new or this library's, in a version that it knows. Changes nothing.
-  bool isOurs(std::string& reason);
+  Done isOurs();
   bool configure(sqlite::Database& database) const;
-  bool migrate(std::string& reason);
+  Done migrate();
+  bool createTables();
+  support::Failure<std::string> databaseFailure() const { return support::Failure(database_.lastError()); }
   bool createMissing(const EntityDescription& entity);
   bool probe();
   sqlite::Statement& statement(const std::string& sql);
@@ -89,6 +92,7 @@ class PersistentStore {
   std::uint64_t lastColumns_ = 0;
   sqlite::Statement* lastScan_ = nullptr;
   std::int64_t reservedRowIDs_ = 1;
+  bool isDamaged_ = false;
   sqlite::Database checkpointer_;
   int askedAtPages_ = 0;  // length of the log when a pass was last asked for
 };

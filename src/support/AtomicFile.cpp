@@ -17,9 +17,9 @@ namespace {
 // Where mkostemp(3) puts letters of its choice.
 constexpr std::string_view chosenLetters = "XXXXXX";
 
-std::error_code lastError() { return {errno, std::generic_category()}; }
+Failure<std::error_code> lastError() { return Failure(std::error_code(errno, std::generic_category())); }
 
-std::error_code writeAll(int descriptor, std::string_view bytes) {
+FileResult writeAll(int descriptor, std::string_view bytes) {
   while (!bytes.empty()) {
     const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
     if (count < 0) {
@@ -31,8 +31,8 @@ std::error_code writeAll(int descriptor, std::string_view bytes) {
   return {};
 }
 
-std::error_code writeThrough(int descriptor, std::string_view bytes, platform::Durability durability) {
-  if (const std::error_code error = writeAll(descriptor, bytes)) return error;
+FileResult writeThrough(int descriptor, std::string_view bytes, platform::Durability durability) {
+  if (auto written = writeAll(descriptor, bytes); !written) return written;
   if (durability == platform::Durability::power && ::fsync(descriptor) != 0) return lastError();
   // Some file systems tell only at a close that they could not keep the bytes. The descriptor itself stays
   // open, since the lock goes with it.
@@ -87,35 +87,34 @@ void syncFolder(const std::filesystem::path& folder) {
 
 }  // namespace
 
-std::error_code makePrivateFolders(const std::filesystem::path& folder) {
+FileResult makePrivateFolders(const std::filesystem::path& folder) {
   std::error_code error;
   if (folder.empty() || std::filesystem::is_directory(folder, error)) return {};
   if (folder.has_relative_path()) {
-    if (const std::error_code failure = makePrivateFolders(folder.parent_path())) return failure;
+    if (auto made = makePrivateFolders(folder.parent_path()); !made) return made;
   }
   if (::mkdir(folder.c_str(), 0700) == 0) return {};
-  const std::error_code failure = lastError();
-  if (failure != std::errc::file_exists) return failure;
+  if (errno != EEXIST) return lastError();
   // Another thread or process was quicker, or a file stands in the way.
-  return std::filesystem::is_directory(folder, error) ? std::error_code()
-                                                      : std::make_error_code(std::errc::not_a_directory);
+  if (std::filesystem::is_directory(folder, error)) return {};
+  return Failure(std::make_error_code(std::errc::not_a_directory));
 }
 
-std::error_code writeAtomically(const std::filesystem::path& file, std::string_view bytes,
-                                platform::Durability durability) {
+FileResult writeAtomically(const std::filesystem::path& file, std::string_view bytes,
+                           platform::Durability durability) {
   const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
-  if (const std::error_code failure = makePrivateFolders(folder)) return failure;
+  if (auto made = makePrivateFolders(folder); !made) return made;
   const std::string prefix = temporaryPrefix(file);
   removeAbandoned(folder, prefix);
   // In the same folder, since a rename does not cross file systems.
   std::string temporary;
   const int descriptor = openTemporary((folder / prefix).string().append(chosenLetters), temporary);
   if (descriptor < 0) return lastError();
-  std::error_code error = writeThrough(descriptor, bytes, durability);
-  if (!error && ::rename(temporary.c_str(), file.c_str()) != 0) error = lastError();
-  if (error) ::unlink(temporary.c_str());
+  FileResult written = writeThrough(descriptor, bytes, durability);
+  if (written && ::rename(temporary.c_str(), file.c_str()) != 0) written = lastError();
+  if (!written) ::unlink(temporary.c_str());
   ::close(descriptor);
-  if (error) return error;
+  if (!written) return written;
   if (durability == platform::Durability::power) syncFolder(folder);
   return {};
 }

@@ -5,10 +5,12 @@
 #include <string>
 #include <system_error>
 
+#include "support/Result.h"
+
 namespace sorn::support {
 
 // Reads a whole file of at most `limit` bytes. A longer one is refused with `file_too_large`, a missing one
 // with `no_such_file_or_directory`. Never waits for a pipe without a writer.
-std::string readBounded(const std::filesystem::path& file, std::size_t limit, std::error_code& error);
+Result<std::string, std::error_code> readBounded(const std::filesystem::path& file, std::size_t limit);
 
 }  // namespace sorn::support

@@ -49,10 +49,11 @@ bool removePadding(std::string& text) {
 
 CipherResult tryCrypt(std::string_view key, std::string_view iv, CipherOperation operation,
                       std::string_view input) {
-  if (key.size() < blockSize || (!iv.empty() && iv.size() < blockSize)) return {CipherStatus::parameter, {}};
+  if (key.size() < blockSize || (!iv.empty() && iv.size() < blockSize))
+    return Failure(CipherStatus::parameter);
   const bool encrypts = operation == CipherOperation::encrypt;
-  if (!encrypts && input.empty()) return {};
-  if (!encrypts && input.size() % blockSize != 0) return {CipherStatus::alignment, {}};
+  if (!encrypts && input.empty()) return std::string();
+  if (!encrypts && input.size() % blockSize != 0) return Failure(CipherStatus::alignment);
 
   // The first use of OpenSSL takes longer than all else that a start does for its caller, since it lists
   // every algorithm that it has; this library has plain functions.
@@ -68,9 +69,9 @@ CipherResult tryCrypt(std::string_view key, std::string_view iv, CipherOperation
     cbc_encrypt(&schedule, &encryptBlocks, blockSize, vector.data(), output.size(), text, text);
   } else {
     cbc_decrypt(&schedule, &decryptBlocks, blockSize, vector.data(), output.size(), text, text);
-    if (!removePadding(output)) return {CipherStatus::decode, {}};
+    if (!removePadding(output)) return Failure(CipherStatus::decode);
   }
-  return {CipherStatus::success, std::move(output)};
+  return output;
 }
 
 std::string crypt(std::string_view key, std::string_view iv, CipherOperation operation,
@@ -79,10 +80,8 @@ std::string crypt(std::string_view key, std::string_view iv, CipherOperation ope
   // A fault ends the process without a chance for the stream.
   std::fflush(stdout);
   CipherResult result = tryCrypt(key, iv, operation, input);
-  if (result.status != CipherStatus::success) {
-    fault("a cipher status that is not negative, not " + std::to_string(result.status));
-  }
-  return std::move(result.output);
+  if (!result) fault("a cipher status that is not negative, not " + std::to_string(result.error()));
+  return *std::move(result);
 }
 
 namespace {

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "support/Result.h"
+
 namespace sorn::support {
 
 // DES in CBC mode with PKCS#7 padding, the fixed format of the enciphered configuration values, HMAC-SHA256
@@ -14,18 +16,14 @@ namespace sorn::support {
 
 enum class CipherOperation : std::uint32_t { encrypt = 0, decrypt = 1 };
 
-// Outcomes of the cipher. Every failure is negative.
+// Why the cipher failed. Every status is negative.
 struct CipherStatus {
-  static constexpr int success = 0;
   static constexpr int parameter = -4300;
   static constexpr int alignment = -4303;  // the ciphertext's length is no multiple of 8
   static constexpr int decode = -4304;     // the padding is wrong
 };
 
-struct CipherResult {
-  int status = CipherStatus::success;
-  std::string output;
-};
+using CipherResult = Result<std::string, int>;
 
 // Eight bytes of the key count, whatever its length, and eight of the vector; an empty vector stands for
 // zeros. Fewer than eight are a parameter failure. Deciphering nothing gives nothing.

@@ -79,17 +79,15 @@ class Inflation {
 
 }  // namespace
 
-std::optional<std::string> gunzipped(std::string_view packed, int windowBits, GzipError& error) {
+Result<std::string, GzipError> gunzipped(std::string_view packed, int windowBits) {
   if (packed.empty()) return std::string();
   if (packed.size() > std::numeric_limits<uInt>::max()) {
-    error = {GzipError::Kind::memory, Z_MEM_ERROR, "Unknown gzip error"};
-    return std::nullopt;
+    return Failure(GzipError{GzipError::Kind::memory, Z_MEM_ERROR, "Unknown gzip error"});
   }
   Inflation inflation(packed, windowBits);
   const int status = inflation.run();
   if (status == Z_STREAM_END) return inflation.take();
-  error = {kindOf(status), status, inflation.message()};
-  return std::nullopt;
+  return Failure(GzipError{kindOf(status), status, inflation.message()});
 }
 
 }  // namespace sorn::support

@@ -2,9 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
+
+#include "support/Result.h"
 
 namespace sorn::support {
 
@@ -25,8 +26,8 @@ struct GzipError {
   bool operator==(const GzipError&) const = default;
 };
 
-// The first member of the stream, unpacked; empty for empty input. Absent with the error told: `buffer` for a
-// stream that is cut off, `data` for one that is broken or no such stream at all.
-std::optional<std::string> gunzipped(std::string_view packed, int windowBits, GzipError& error);
+// The first member of the stream, unpacked; empty for empty input. Fails with `buffer` for a stream that is
+// cut off, with `data` for one that is broken or no such stream at all.
+Result<std::string, GzipError> gunzipped(std::string_view packed, int windowBits);
 
 }  // namespace sorn::support

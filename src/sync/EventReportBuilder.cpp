@@ -120,13 +120,12 @@ void EventReportBuilder::appendExtra(std::string& out, const RowView& event, boo
     out.append(extra.substr(0, extra.size() - 1));
   } else {
     out += '{';
-    support::JsonError error;
-    const bool isPresent = !event.isAbsent(SNEvent::extra);
-    const auto document =
-        isPresent ? support::Document::parse(extra, support::Fragments::yes, &error) : std::nullopt;
-    if (isPresent && !document) logger_.log(support::LogLevel::error, error.description);
     Dictionary values;
-    if (document && document->root().isObject()) values = *document->root().toValue().as<Dictionary>();
+    if (!event.isAbsent(SNEvent::extra)) {
+      const auto document = support::Document::parse(extra, support::Fragments::yes);
+      if (!document) logger_.log(support::LogLevel::error, document.error().description);
+      if (document && document->root().isObject()) values = *document->root().toValue().as<Dictionary>();
+    }
     for (const std::string_view key : overwrittenKeys) values.erase(std::string(key));
     out.resize(start);
     if (!support::appendValue(out, values)) out += "{}";

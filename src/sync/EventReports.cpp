@@ -7,7 +7,6 @@
 
 namespace sorn::sync {
 
-using server::CallError;
 using server::CallResult;
 using server::PlatformError;
 using store::SNEvent;
@@ -24,8 +23,7 @@ constexpr int badRequest = 400;
 constexpr int notAcceptable = 406;
 
 bool isSettled(const CallResult& result) {
-  const auto* error = std::get_if<CallError>(&result);
-  return !error || error->code() == badRequest || error->code() == notAcceptable;
+  return result || result.error().code() == badRequest || result.error().code() == notAcceptable;
 }
 
 }  // namespace
@@ -58,7 +56,7 @@ void EventReports::reportEvents(const store::RowRanges& events,
                                 const server::APIClient::Completion& completion) {
   std::optional<platform::HttpBody> body = builder_.build(events);
   if (!body) {
-    completion(CallError(PlatformError{PlatformError::storeDomain, PlatformError::unreadable}));
+    completion(server::CallFailure(PlatformError{PlatformError::storeDomain, PlatformError::unreadable}));
     return;
   }
   logger_.log(LogLevel::info, [&] {

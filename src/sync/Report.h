@@ -27,7 +27,7 @@ using Reports = std::vector<std::reference_wrapper<Report>>;
 
 // The outcome of a call as the status of what it was about.
 inline store::ServerStatusState stateOf(const server::CallResult& result) {
-  return server::succeeded(result) ? store::ServerStatusState::isTrue : store::ServerStatusState::isFalse;
+  return result ? store::ServerStatusState::isTrue : store::ServerStatusState::isFalse;
 }
 
 // The status of the record if it says that the service lacks the record's state.

@@ -85,14 +85,12 @@ std::optional<std::vector<std::string>> UserRecords::preferencesRead() {
     return preferences ? preferences->get(SNPreferences::tags) : std::nullopt;
   });
   if (!json) return std::nullopt;
-  std::vector<std::string> tags;
-  documents::DecodingFailure failure;
-  const auto document = support::Document::parse(*json, support::Fragments::yes);
-  if (!document || !documents::ValueForm<std::vector<std::string>>::decode(document->root(), tags, failure)) {
-    logger_.log(LogLevel::error, "Could not retrieve stored preferences");
-    return std::nullopt;
+  if (const auto document = support::Document::parse(*json, support::Fragments::yes)) {
+    if (auto tags = documents::decodeValue<std::vector<std::string>>(document->root()))
+      return *std::move(tags);
   }
-  return tags;
+  logger_.log(LogLevel::error, "Could not retrieve stored preferences");
+  return std::nullopt;
 }
 
 }  // namespace sorn::users

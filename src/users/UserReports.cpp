@@ -41,19 +41,15 @@ void PreferencesReport::sendUnsent() {
   logger_.log(LogLevel::warning, "Preferences needs to be sent...");
   const std::optional<std::string> json = preferences->get(store::SNPreferences::tags);
   if (!json) return;
-  support::JsonError error;
-  const auto document = support::Document::parse(*json, support::Fragments::yes, &error);
+  const auto document = support::Document::parse(*json, support::Fragments::yes);
   if (!document) {
-    logger_.log(LogLevel::error, error.description);
+    logger_.log(LogLevel::error, document.error().description);
     return;
   }
-  std::vector<std::string> tags;
-  documents::DecodingFailure failure;
-  if (!documents::ValueForm<std::vector<std::string>>::decode(document->root(), tags, failure)) {
-    support::fault("stored tags that are a list of texts");
-  }
+  auto tags = documents::decodeValue<std::vector<std::string>>(document->root());
+  if (!tags) support::fault("stored tags that are a list of texts");
   status->setStatus(ServerStatusState::pending);
-  client_.request(server::PreferencesSave{std::move(tags)}, [this, preferences](const CallResult& result) {
+  client_.request(server::PreferencesSave{*std::move(tags)}, [this, preferences](const CallResult& result) {
     sync::applyResult(database_.context(), preferences, result);
   });
 }

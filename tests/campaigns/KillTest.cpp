@@ -22,9 +22,8 @@ TEST(CampaignFile, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
     ASSERT_EQ(writer.readLine(), "ready");
     std::this_thread::sleep_for(std::chrono::microseconds(microseconds(engine)));
     writer.kill();
-    documents::DecodingFailure failure;
-    const auto campaigns = documents::decodeCampaigns(folder.read(file), failure);
-    ASSERT_TRUE(campaigns) << "round " << round << ": " << failure.description();
+    const auto campaigns = documents::decodeCampaigns(folder.read(file));
+    ASSERT_TRUE(campaigns) << "round " << round << ": " << campaigns.error().description();
     std::set<std::string> ids;
     for (const auto& campaign : *campaigns) ids.insert(campaign.id);
     ASSERT_EQ(ids.size(), 1u);

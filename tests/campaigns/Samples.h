@@ -29,9 +29,8 @@ inline std::string listOf(const std::vector<std::string>& campaigns) {
 }
 
 inline documents::SornInAppCampaign campaignOf(std::string_view id, std::string_view members) {
-  documents::DecodingFailure failure;
-  auto campaign = documents::decodeCampaign(campaignText(id, members), failure);
-  if (!campaign) throw std::invalid_argument(failure.description());
+  auto campaign = documents::decodeCampaign(campaignText(id, members));
+  if (!campaign) throw std::invalid_argument(campaign.error().description());
   return *std::move(campaign);
 }
 

@@ -9,14 +9,13 @@ namespace sorn::documents {
 namespace {
 
 TEST(ActivePlace, StandsAsFiveIntegersLongitudeFirst) {
-  DecodingFailure failure;
-  const auto places = decodePlaces("[[7,11575000,48137000,150,3],[-1,-180000000,2.0,32767,-32768]]", failure);
-  ASSERT_TRUE(places) << failure.description();
+  const auto places = decodePlaces("[[7,11575000,48137000,150,3],[-1,-180000000,2.0,32767,-32768]]");
+  ASSERT_TRUE(places);
   ASSERT_EQ(places->size(), 2u);
   EXPECT_EQ(places->front(),
             (ActivePlace{.placeID = 7, .lat = 48137000, .long_ = 11575000, .radius = 150, .direction = 3}));
   EXPECT_EQ(places->back(), (ActivePlace{-1, 2, -180000000, 32767, -32768}));
-  EXPECT_EQ(decodePlaces("[]", failure)->size(), 0u);
+  EXPECT_EQ(decodePlaces("[]")->size(), 0u);
 }
 
 TEST(ActivePlace, AnythingElseFailsTheDocument) {
@@ -32,9 +31,9 @@ TEST(ActivePlace, AnythingElseFailsTheDocument) {
       {"{}", "$: expected a list, found an object"},
   };
   for (const auto& [text, expected] : cases) {
-    DecodingFailure failure;
-    EXPECT_FALSE(decodePlaces(text, failure)) << text;
-    EXPECT_EQ(failure.description(), expected);
+    const auto places = decodePlaces(text);
+    ASSERT_FALSE(places) << text;
+    EXPECT_EQ(places.error().description(), expected);
   }
 }
 

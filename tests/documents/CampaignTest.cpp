@@ -19,15 +19,14 @@ std::string example(const std::string& name) {
 }
 
 SornInAppCampaign decoded(std::string_view text) {
-  DecodingFailure failure;
-  const std::optional<Campaigns> campaigns = decodeCampaigns(text, failure);
-  if (!campaigns) throw std::invalid_argument(failure.description());
+  const auto campaigns = decodeCampaigns(text);
+  if (!campaigns) throw std::invalid_argument(campaigns.error().description());
   return campaigns->at(0);
 }
 
 std::string refusal(std::string_view text) {
-  DecodingFailure failure;
-  return decodeCampaigns(text, failure) ? "decoded" : failure.description();
+  const auto campaigns = decodeCampaigns(text);
+  return campaigns ? "decoded" : campaigns.error().description();
 }
 
 TEST(CampaignDocument, AFaultIsNamedByItsPathAndCause) {
@@ -78,8 +77,7 @@ TEST(CampaignDocument, OneFaultyCampaignLosesTheListAndTheFirstFaultIsTold) {
   const std::string text =
       "[" + good + "," + good + "," + replaced(replaced(good, "\"all\"", "1"), "\"dialog\"", "2") + "]";
   EXPECT_EQ(refusal(text), "[2].audience: expected a text, found a number");
-  DecodingFailure every(DecodingFailure::Extent::allFaults);
-  EXPECT_FALSE(decodeCampaigns(text, every));
+  const DecodingFailure every = decodeEachCampaign(text).failure;
   ASSERT_EQ(every.count(), 2u);
   EXPECT_EQ(pathText(every.faults()[1].path), "[2].content_metadata.type");
 }
@@ -122,9 +120,8 @@ std::multiset<std::string> idsOf(const SornView& node) {
 TEST(CampaignDocument, EncodingGivesTheSameDocumentWithoutUnknownKeys) {
   for (const char* name : {"every-key.json", "sheets.json", "welcome-dialog.json"}) {
     const std::string text = example(name);
-    DecodingFailure failure;
-    const auto campaigns = decodeCampaigns(text, failure);
-    ASSERT_TRUE(campaigns) << failure.description();
+    const auto campaigns = decodeCampaigns(text);
+    ASSERT_TRUE(campaigns) << campaigns.error().description();
     for (const auto form : {support::Writer::Form::compact, support::Writer::Form::pretty}) {
       const auto encoded = encodeCampaigns(*campaigns, form);
       ASSERT_TRUE(encoded);
@@ -170,10 +167,10 @@ TEST(CampaignDocument, HostileTextsAreOneFailure) {
       {"half a character", replaced(minimalCampaigns, "\"a\"", R"("\ud800")")},
   };
   for (const auto& [name, text] : cases) {
-    DecodingFailure failure;
-    EXPECT_FALSE(decodeCampaigns(text, failure)) << name;
-    EXPECT_FALSE(failure.cause().empty()) << name;
-    EXPECT_EQ(failure.count(), 1u) << name;
+    const auto campaigns = decodeCampaigns(text);
+    ASSERT_FALSE(campaigns) << name;
+    EXPECT_FALSE(campaigns.error().cause().empty()) << name;
+    EXPECT_EQ(campaigns.error().count(), 1u) << name;
   }
 }
 
@@ -191,8 +188,7 @@ TEST(CampaignDocument, ATextThatIsCutIsNeverDecoded) {
   const std::string text = example("every-key.json");
   const std::size_t end = text.find_last_of(']');
   for (std::size_t length = 0; length <= end; ++length) {
-    DecodingFailure failure;
-    ASSERT_FALSE(decodeCampaigns(std::string_view(text).substr(0, length), failure)) << length;
+    ASSERT_FALSE(decodeCampaigns(std::string_view(text).substr(0, length))) << length;
   }
 }
 

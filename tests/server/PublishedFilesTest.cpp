@@ -48,12 +48,12 @@ class PublishedFilesTest : public ServerFixture, public PlaceSave {
     return outcome.get_future().get();
   }
   static std::string describe(const PublishedFiles::CampaignsResult& result) {
-    if (const auto* campaigns = std::get_if<documents::Campaigns>(&result)) {
+    if (result) {
       std::string ids;
-      for (const auto& campaign : *campaigns) ids += campaign.id;
+      for (const auto& campaign : *result) ids += campaign.id;
       return "[" + ids + "]";
     }
-    const auto& error = std::get<PublishedFiles::CampaignsError>(result);
+    const auto& error = result.error();
     if (const auto* own = std::get_if<SornError>(&error)) {
       return own->code() == SornError::Code::invalidInAppCampaignData ? "invalid data" : "another error";
     }

@@ -39,12 +39,13 @@ class ServerFixture : public ::testing::Test {
     return outcome.get_future().get();
   }
   static std::string describe(const CallResult& result) {
-    if (const auto* error = std::get_if<CallError>(&result)) {
+    if (!result) {
+      const CallError* error = &result.error();
       const APIError* own = error->apiError();
       const std::string status = own ? " status " + std::to_string(own->statusCode) : "";
       return error->asPlatformError().domain + " " + std::to_string(error->code()) + status;
     }
-    const auto object = std::get<Answer>(result).object();
+    const auto object = result->object();
     if (!object) return "absent";
     const auto member = object->find("a");
     std::int64_t value = 0;

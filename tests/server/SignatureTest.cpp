@@ -32,8 +32,8 @@ TEST_F(SignatureTest, CoversHostPortPathAndBody) {
     account.set({"key", each.secret, "", each.origin + each.end});
     const platform::HttpBody body{{"{\"tags\":[\"\xC3\xA4\xE2\x82", "\xAC\"]}"}};
     const auto request = signedRequest("ios/save/json", body, account);
-    ASSERT_TRUE(std::holds_alternative<platform::HttpRequest>(request)) << each.origin;
-    const auto& ready = std::get<platform::HttpRequest>(request);
+    ASSERT_TRUE(request) << each.origin;
+    const platform::HttpRequest& ready = *request;
     EXPECT_EQ(ready.url, each.origin + "/endpoints/v2/ios/save/json");
     EXPECT_EQ(headerOf(ready, "Authorization"), "key=" + each.signature) << each.origin;
     EXPECT_EQ(headerOf(ready, "Content-Length"), "18");

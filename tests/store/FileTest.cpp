@@ -20,10 +20,9 @@ std::string bytesOf(const std::filesystem::path& file) {
 }
 
 std::unique_ptr<PersistentStore> open(const std::filesystem::path& file) {
-  std::string reason;
-  auto store = PersistentStore::open(file, platform::Durability::process, reason);
-  EXPECT_EQ(store == nullptr, !reason.empty());
-  return store;
+  auto store = PersistentStore::open(file, platform::Durability::process);
+  EXPECT_TRUE(store || !store.error().empty());
+  return store ? *std::move(store) : nullptr;
 }
 
 // A library's store with one event "a" in it, closed properly.
@@ -147,13 +146,11 @@ TEST_F(DamagedFile, IsGivenUpAtTheFirstUnreadableRowAndWorkGoesOnInMemory) {
   const std::string before = bytesOf(file());
   for (const bool byWriting : {false, true}) {
     std::string damage;
-    std::string reason;
     queue_ = std::make_unique<support::SerialQueue>();
     context_ = std::make_unique<ManagedObjectContext>(*queue_, clock_, nullptr);
-    context_->setStore(PersistentStore::open(file(), platform::Durability::process, reason),
-                       [&](const std::string& text) { damage += text; });
+    context_->setStore(open(file()), [&](const std::string& text) { damage += text; });
     run([&] {
-      ASSERT_TRUE(context_->isPersistent()) << reason;
+      ASSERT_TRUE(context_->isPersistent());
       const auto user = context_->fetchRecords<SNUser>().at(0);
       if (byWriting) {
         context_->deleteRows(SNEvent::entity(), RowRanges({}, 500));

@@ -36,10 +36,9 @@ class StoreFixture : public ::testing::Test {
   void reopen() {
     close();
     queue_ = std::make_unique<support::SerialQueue>();
-    std::string reason;
-    auto store = PersistentStore::open(file(), platform::Durability::process, reason);
-    EXPECT_TRUE(store) << reason;
-    context_ = std::make_unique<ManagedObjectContext>(*queue_, clock_, std::move(store));
+    auto store = PersistentStore::open(file(), platform::Durability::process);
+    EXPECT_TRUE(store) << store.error();
+    context_ = std::make_unique<ManagedObjectContext>(*queue_, clock_, *std::move(store));
   }
   decltype(auto) run(auto&& work) { return context_->performBlockAndWait(work); }
 

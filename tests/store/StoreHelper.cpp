@@ -14,12 +14,11 @@
 int main(int argc, char** argv) {
   using namespace sorn::store;
   if (argc != 3) return 2;
-  std::string reason;
-  auto store = PersistentStore::open(argv[2], sorn::platform::Durability::process, reason);
+  auto store = PersistentStore::open(argv[2], sorn::platform::Durability::process);
   if (!store) return 1;
   sorn::tests::FakeClock clock;
   sorn::support::SerialQueue queue;
-  ManagedObjectContext context(queue, clock, std::move(store));
+  ManagedObjectContext context(queue, clock, *std::move(store));
   if (std::string(argv[1]) == "hold") {
     std::puts("ready");
     std::fflush(stdout);

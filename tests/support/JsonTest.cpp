@@ -13,7 +13,7 @@ namespace {
 using namespace std::string_literals;
 
 std::optional<Value> parsed(std::string_view text, Fragments fragments = Fragments::no) {
-  const std::optional<Document> document = Document::parse(text, fragments);
+  const auto document = Document::parse(text, fragments);
   return document ? std::optional(document->root().toValue()) : std::nullopt;
 }
 
@@ -35,9 +35,9 @@ TEST(Json, WhatIsNoDocumentIsRefused) {
                  {"", " \n", "[1] x", "[1 /* c */]", "[1 2]", "[99999999999999999999 1]", "[\"\x01\"]",
                   "[\"\xff\"]", "[\"\xed\xa0\x80\"]", "\xef\xbb\xbf", "[\"a\"\x00]"s, "[]\x00"s});
   for (const std::string& text : refused) {
-    JsonError error;
-    EXPECT_FALSE(Document::parse(text, Fragments::no, &error)) << text;
-    EXPECT_NE(error.description, "") << text;
+    const auto document = Document::parse(text);
+    ASSERT_FALSE(document) << text;
+    EXPECT_NE(document.error().description, "") << text;
   }
 }
 

@@ -1,7 +1,6 @@
 #include "sorn-campaign/CampaignFile.h"
 
 #include <cstdio>
-#include <system_error>
 #include <utility>
 
 #include "support/BoundedFile.h"
@@ -19,16 +18,15 @@ void complain(const std::string& path, const std::string& reason) {
 }  // namespace
 
 std::optional<documents::Campaigns> readCampaigns(const std::string& path) {
-  std::error_code error;
-  const std::string text = support::readBounded(path, longestFile, error);
-  if (error) {
-    complain(path, error.message());
+  const auto text = support::readBounded(path, longestFile);
+  if (!text) {
+    complain(path, text.error().message());
     return std::nullopt;
   }
-  documents::DecodingFailure failure;
-  auto campaigns = documents::decodeCampaigns(text, failure);
-  if (!campaigns) complain(path, failure.description());
-  return campaigns;
+  auto campaigns = documents::decodeCampaigns(*text);
+  if (campaigns) return *std::move(campaigns);
+  complain(path, campaigns.error().description());
+  return std::nullopt;
 }
 
 std::optional<documents::SornInAppCampaign> readCampaign(const std::string& path,

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 #include "support/BoundedFile.h"
@@ -24,9 +23,8 @@ class Reading final : public view::ImageSource::Fetch {
 };
 
 std::optional<std::string> bytesOf(const std::string& path) {
-  std::error_code error;
-  std::string bytes = support::readBounded(path, longestPicture, error);
-  return error ? std::nullopt : std::optional(std::move(bytes));
+  auto bytes = support::readBounded(path, longestPicture);
+  return bytes ? std::optional(*std::move(bytes)) : std::nullopt;
 }
 
 }  // namespace

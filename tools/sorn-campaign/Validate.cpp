@@ -1,6 +1,5 @@
 #include <cstdio>
 #include <string>
-#include <system_error>
 
 #include "sorn-campaign/Subcommand.h"
 #include "sorn-campaign/Validation.h"
@@ -12,14 +11,13 @@ namespace sorn::tool {
 namespace {
 
 int validateFile(const char* file) {
-  std::error_code error;
-  const std::string text = support::readBounded(file, support::unpackedLimit, error);
-  if (error) {
-    std::fprintf(stderr, "sorn-campaign: %s: %s\n", file, error.message().c_str());
+  const auto text = support::readBounded(file, support::unpackedLimit);
+  if (!text) {
+    std::fprintf(stderr, "sorn-campaign: %s: %s\n", file, text.error().message().c_str());
     return failed;
   }
   int status = done;
-  for (const Finding& finding : validate(text)) {
+  for (const Finding& finding : validate(*text)) {
     if (finding.weight == Finding::Weight::fault) status = failed;
     std::printf("%s:%zu:%zu: %s: %s\n", file, finding.place.line, finding.place.column, finding.path.c_str(),
                 finding.cause.c_str());

@@ -29,8 +29,7 @@ struct Remark {
 class Validator {
  public:
   std::vector<Remark> run(std::string_view text) {
-    documents::DecodingFailure failure(documents::DecodingFailure::Extent::allFaults);
-    const documents::Campaigns campaigns = documents::decodeEachCampaign(text, failure);
+    const auto [campaigns, failure] = documents::decodeEachCampaign(text);
     for (documents::DecodingFailure::Fault& fault : failure.faults()) {
       undecoded_.insert(documents::pathText(fault.path));
       remarks_.push_back({Finding::Weight::fault, std::move(fault.path), std::move(fault.cause)});

@@ -25,17 +25,16 @@ support::CipherResult crypt(support::CipherOperation operation, const std::strin
 
 std::string enciphered(const std::string& text) {
   const support::CipherResult result = crypt(support::CipherOperation::encrypt, text);
-  if (result.status != support::CipherStatus::success) support::fault("a cipher that enciphers any text");
-  return support::base64Encode(result.output);
+  if (!result) support::fault("a cipher that enciphers any text");
+  return support::base64Encode(*result);
 }
 
 std::optional<std::string> deciphered(const std::string& text) {
   const std::optional<std::string> bytes = support::base64Decode(text);
   if (!bytes) return std::nullopt;
   support::CipherResult result = crypt(support::CipherOperation::decrypt, *bytes);
-  if (result.status != support::CipherStatus::success || !support::isValidUtf8(result.output))
-    return std::nullopt;
-  return std::move(result.output);
+  if (!result || !support::isValidUtf8(*result)) return std::nullopt;
+  return *std::move(result);
 }
 
 struct Entry {

@@ -51,8 +51,8 @@ int write(const sorn::config::Options& options) {
                                      : sorn::configuration::PropertyListForm::xml;
   const std::string text =
       sorn::config::configurationText({options.key, options.secret, options.mode, options.environment}, form);
-  error = sorn::support::writeAtomically(out, text);
-  if (error) return failed(options.out, error.message());
+  const auto written = sorn::support::writeAtomically(out, text);
+  if (!written) return failed(options.out, written.error().message());
   // A resource of the host, which every user of the program reads.
   constexpr perms readable = perms::owner_read | perms::owner_write | perms::group_read | perms::others_read;
   std::filesystem::permissions(out, readable, error);

@@ -88,4 +88,27 @@ class Database {
   int logPages_ = 0;
 };
 
+// A write transaction, from its begin to the end of the scope: rolled back there unless it was committed.
+class Transaction {
+ public:
+  explicit Transaction(Database& database)
+      : database_(database), isOpen_(database.execute("BEGIN IMMEDIATE")) {}
+  ~Transaction() {
+    if (isOpen_) database_.execute("ROLLBACK");
+  }
+  Transaction(const Transaction&) = delete;
+  Transaction& operator=(const Transaction&) = delete;
+
+  bool hasBegun() const { return isOpen_; }
+  [[nodiscard]] bool commit() {
+    const bool isCommitted = database_.execute("COMMIT");
+    isOpen_ = !isCommitted;
+    return isCommitted;
+  }
+
+ private:
+  Database& database_;
+  bool isOpen_;
+};
+
 }  // namespace sorn::store::sqlite

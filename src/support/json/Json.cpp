@@ -145,11 +145,7 @@ Document::Document(Document&&) noexcept = default;
 Document& Document::operator=(Document&&) noexcept = default;
 Document::~Document() = default;
 
-std::optional<Document> Document::parse(std::string_view text, Fragments fragments, JsonError* error) {
-  const auto fail = [error](std::string reason) {
-    if (error) error->description = std::move(reason);
-    return std::nullopt;
-  };
+Result<Document, JsonError> Document::parse(std::string_view text, Fragments fragments) {
   if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
   auto parsed = std::make_unique<Parsed>();
   simdjson::error_code code = parsed->parse(text);
@@ -159,10 +155,10 @@ std::optional<Document> Document::parse(std::string_view text, Fragments fragmen
       if (code == simdjson::SUCCESS) parsed->markDecimals(mended->decimals);
     }
   }
-  if (code != simdjson::SUCCESS) return fail(simdjson::error_message(code));
+  if (code != simdjson::SUCCESS) return Failure(JsonError{simdjson::error_message(code)});
   Document document(std::move(parsed));
   if (fragments == Fragments::no && !document.root().isArray() && !document.root().isObject()) {
-    return fail("The document is neither an array nor an object");
+    return Failure(JsonError{"The document is neither an array nor an object"});
   }
   return document;
 }

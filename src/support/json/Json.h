@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "sorn/Value.h"
+#include "support/Result.h"
 
 namespace sorn::support {
 
@@ -191,9 +192,7 @@ inline std::optional<Node> Node::find(std::string_view key) const {
 // A parsed text. Keeps its own copy of what it needs, so the text may go.
 class Document {
  public:
-  // Absent when the text is not JSON; the reason goes to `error`.
-  static std::optional<Document> parse(std::string_view text, Fragments fragments = Fragments::no,
-                                       JsonError* error = nullptr);
+  static Result<Document, JsonError> parse(std::string_view text, Fragments fragments = Fragments::no);
   Document(Document&&) noexcept;
   Document& operator=(Document&&) noexcept;
   ~Document();
