@@ -3,12 +3,10 @@
 #include <utility>
 
 #include "configuration/ConfigurationKeys.h"
+#include "configuration/Encipherment.h"
 #include "configuration/PropertyList.h"
 #include "sorn/SornError.h"
-#include "support/Base64.h"
-#include "support/Cipher.h"
 #include "support/TextTrim.h"
-#include "support/json/Json.h"
 #include "sync/MaintenanceRoutine.h"
 
 namespace sorn::facade {
@@ -48,16 +46,9 @@ SornMode modeOf(std::string_view text) {
 }
 
 std::string decipher(const std::string& value, Code failure) {
-  const std::optional<std::string> bytes = support::base64Decode(value);
-  if (!bytes) throw SornError::plain(failure);
-  const std::string key = support::hexBytes(configuration::configurationKeyText);
-  const std::string vector = support::hexBytes(configuration::configurationVectorText);
-  if (key.empty() || vector.empty()) throw SornError::plain(failure);
-  std::string text = support::crypt(key, vector, support::CipherOperation::decrypt, *bytes);
-  if (!support::isValidUtf8(text) || support::trimWhitespaceAndNewlines(text).empty()) {
-    throw SornError::plain(failure);
-  }
-  return text;
+  auto text = configuration::deciphered(value, configuration::WhenDamaged::fault);
+  if (!text || support::trimWhitespaceAndNewlines(*text).empty()) throw SornError::plain(failure);
+  return *std::move(text);
 }
 
 }  // namespace

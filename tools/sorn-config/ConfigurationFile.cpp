@@ -7,9 +7,7 @@
 #include <utility>
 
 #include "configuration/ConfigurationKeys.h"
-#include "support/Base64.h"
-#include "support/Cipher.h"
-#include "support/Fault.h"
+#include "configuration/Encipherment.h"
 #include "support/TextTrim.h"
 #include "support/Url.h"
 #include "support/json/Json.h"
@@ -17,25 +15,6 @@
 namespace sorn::config {
 
 namespace {
-
-support::CipherResult crypt(support::CipherOperation operation, const std::string& input) {
-  return support::tryCrypt(support::hexBytes(configuration::configurationKeyText),
-                           support::hexBytes(configuration::configurationVectorText), operation, input);
-}
-
-std::string enciphered(const std::string& text) {
-  const support::CipherResult result = crypt(support::CipherOperation::encrypt, text);
-  if (!result) support::fault("a cipher that enciphers any text");
-  return support::base64Encode(*result);
-}
-
-std::optional<std::string> deciphered(const std::string& text) {
-  const std::optional<std::string> bytes = support::base64Decode(text);
-  if (!bytes) return std::nullopt;
-  support::CipherResult result = crypt(support::CipherOperation::decrypt, *bytes);
-  if (!result || !support::isValidUtf8(*result)) return std::nullopt;
-  return *std::move(result);
-}
 
 struct Entry {
   const char* name;
@@ -84,38 +63,30 @@ std::string configurationText(const Account& account, configuration::PropertyLis
   configuration::TextDictionary texts;
   for (const Entry& entry : entries) {
     const std::string& value = account.*entry.value;
-    texts[entry.name] = entry.isEnciphered ? enciphered(value) : value;
+    texts[entry.name] = entry.isEnciphered ? configuration::enciphered(value) : value;
   }
   return configuration::propertyListText(texts, form);
 }
 
-std::optional<Account> readConfiguration(const std::filesystem::path& file, std::string& error) {
+support::Result<Account, std::string> readConfiguration(const std::filesystem::path& file) {
+  const auto fail = [](std::string reason) { return support::Failure(std::move(reason)); };
   std::error_code status;
-  if (!std::filesystem::exists(file, status)) {
-    error = "there is no such file";
-    return std::nullopt;
-  }
+  if (!std::filesystem::exists(file, status)) return fail("there is no such file");
   const std::optional<configuration::TextDictionary> texts = configuration::readPropertyList(file);
-  if (!texts) {
-    error = "this is no readable property list with a dictionary of texts";
-    return std::nullopt;
-  }
+  if (!texts) return fail("this is no readable property list with a dictionary of texts");
   Account account;
   for (const Entry& entry : entries) {
     const auto found = texts->find(entry.name);
-    if (found == texts->end()) {
-      error = "\"" + std::string(entry.name) + "\" is missing";
-      return std::nullopt;
-    }
-    const auto value = entry.isEnciphered ? deciphered(found->second) : std::optional(found->second);
-    if (!value) {
-      error = "\"" + std::string(entry.name) + "\" can't be deciphered";
-      return std::nullopt;
-    }
+    if (found == texts->end()) return fail("\"" + std::string(entry.name) + "\" is missing");
+    const auto value = entry.isEnciphered
+                           ? configuration::deciphered(found->second, configuration::WhenDamaged::absent)
+                           : std::optional(found->second);
+    if (!value) return fail("\"" + std::string(entry.name) + "\" can't be deciphered");
     account.*entry.value = *value;
   }
-  error = faultOf(account);
-  return error.empty() ? std::optional(account) : std::nullopt;
+  std::string fault = faultOf(account);
+  if (!fault.empty()) return fail(std::move(fault));
+  return account;
 }
 
 }  // namespace sorn::config

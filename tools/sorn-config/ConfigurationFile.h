@@ -1,10 +1,10 @@
 #pragma once
 
 #include <filesystem>
-#include <optional>
 #include <string>
 
 #include "configuration/PropertyList.h"
+#include "support/Result.h"
 
 namespace sorn::config {
 
@@ -23,7 +23,7 @@ std::string faultOf(const Account& account);
 // The bytes of the file, with key, secret and environment enciphered.
 std::string configurationText(const Account& account, configuration::PropertyListForm form);
 
-// Reads such a file back. Absent when it is none, or its account has a fault; the reason goes to `error`.
-std::optional<Account> readConfiguration(const std::filesystem::path& file, std::string& error);
+// Reads such a file back. Fails, with the reason, when it is none, or its account has a fault.
+support::Result<Account, std::string> readConfiguration(const std::filesystem::path& file);
 
 }  // namespace sorn::config

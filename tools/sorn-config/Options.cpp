@@ -3,6 +3,7 @@
 #include <array>
 #include <set>
 #include <string_view>
+#include <utility>
 
 #include "sorn-config/ConfigurationFile.h"
 
@@ -36,7 +37,8 @@ std::string faultOfWriting(const Options& options) {
 
 }  // namespace
 
-std::optional<Options> parseOptions(std::span<const char* const> arguments, std::string& error) {
+support::Result<Options, std::string> parseOptions(std::span<const char* const> arguments) {
+  const auto fail = [](std::string reason) { return support::Failure(std::move(reason)); };
   Options options;
   std::set<std::string_view> seen;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
@@ -45,32 +47,24 @@ std::optional<Options> parseOptions(std::span<const char* const> arguments, std:
       options.wantsHelp = true;
       return options;
     }
-    if (!seen.insert(name).second) {
-      error = std::string(name) + " is given twice";
-      return std::nullopt;
-    }
+    if (!seen.insert(name).second) return fail(std::string(name) + " is given twice");
     if (name == "--binary") {
       options.isBinary = true;
       continue;
     }
     std::string Options::*const value = valueOf(name);
-    if (!value) {
-      error = "unknown option " + std::string(name);
-      return std::nullopt;
-    }
-    if (++i == arguments.size()) {
-      error = std::string(name) + " needs a value";
-      return std::nullopt;
-    }
+    if (!value) return fail("unknown option " + std::string(name));
+    if (++i == arguments.size()) return fail(std::string(name) + " needs a value");
     options.*value = arguments[i];
   }
   if (seen.contains("--show")) {
-    if (options.show.empty()) error = "--show needs a file";
-    if (seen.size() > 1) error = "--show stands alone";
-  } else {
-    error = faultOfWriting(options);
+    if (seen.size() > 1) return fail("--show stands alone");
+    if (options.show.empty()) return fail("--show needs a file");
+    return options;
   }
-  return error.empty() ? std::optional(options) : std::nullopt;
+  std::string fault = faultOfWriting(options);
+  if (!fault.empty()) return fail(std::move(fault));
+  return options;
 }
 
 }  // namespace sorn::config

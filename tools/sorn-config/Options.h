@@ -1,8 +1,9 @@
 #pragma once
 
-#include <optional>
 #include <span>
 #include <string>
+
+#include "support/Result.h"
 
 namespace sorn::config {
 
@@ -24,7 +25,7 @@ inline constexpr const char* usage =
     "[--binary]\n"
     "       sorn-config --show FILE\n";
 
-// Reads the arguments behind the program's name. Absent when they make no sense; the reason goes to `error`.
-std::optional<Options> parseOptions(std::span<const char* const> arguments, std::string& error);
+// Reads the arguments behind the program's name. Fails, with the reason, when they make no sense.
+support::Result<Options, std::string> parseOptions(std::span<const char* const> arguments);
 
 }  // namespace sorn::config

@@ -21,9 +21,8 @@ int failed(const std::string& file, const std::string& reason) {
 }
 
 int show(const std::string& file) {
-  std::string error;
-  const std::optional<sorn::config::Account> account = sorn::config::readConfiguration(file, error);
-  if (!account) return failed(file, error);
+  const auto account = sorn::config::readConfiguration(file);
+  if (!account) return failed(file, account.error());
   const std::optional<std::string> json = sorn::support::compactText(sorn::Dictionary{
       {"key", account->key},
       {"secret", account->secret},
@@ -62,11 +61,10 @@ int write(const sorn::config::Options& options) {
 }  // namespace
 
 int main(int count, char** arguments) {
-  std::string error;
   const auto options =
-      sorn::config::parseOptions({arguments + 1, static_cast<std::size_t>(count > 0 ? count - 1 : 0)}, error);
+      sorn::config::parseOptions({arguments + 1, static_cast<std::size_t>(count > 0 ? count - 1 : 0)});
   if (!options) {
-    std::fprintf(stderr, "sorn-config: %s\n%s", error.c_str(), sorn::config::usage);
+    std::fprintf(stderr, "sorn-config: %s\n%s", options.error().c_str(), sorn::config::usage);
     return 2;
   }
   if (options->wantsHelp) {
