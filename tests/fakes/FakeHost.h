@@ -15,7 +15,6 @@
 #include "sorn/platform/Bundle.h"
 #include "sorn/platform/Directories.h"
 #include "sorn/platform/SecureStore.h"
-#include "sorn/platform/UserDefaults.h"
 
 namespace sorn::tests {
 
@@ -44,35 +43,6 @@ class FakeDirectories : public platform::Directories {
 
   std::vector<std::filesystem::path> documents() const override { return documentFolders; }
   std::vector<std::filesystem::path> applicationSupport() const override { return documentFolders; }
-};
-
-class FakeDefaults : public platform::UserDefaults {
- public:
-  std::optional<Value> object(std::string_view key) const override {
-    const std::lock_guard lock(mutex_);
-    for (const Dictionary* values : {&values_, &registered_}) {
-      if (const auto found = values->find(std::string(key)); found != values->end()) return found->second;
-    }
-    return std::nullopt;
-  }
-  void set(std::string_view key, Value value) override {
-    const std::lock_guard lock(mutex_);
-    values_[std::string(key)] = std::move(value);
-  }
-  void remove(std::string_view key) override {
-    const std::lock_guard lock(mutex_);
-    values_.erase(std::string(key));
-  }
-  void registerDefaults(Dictionary defaults) override {
-    const std::lock_guard lock(mutex_);
-    registered_.merge(std::move(defaults));
-  }
-  void setObserver(std::function<void()>) override {}
-
- private:
-  mutable std::mutex mutex_;
-  Dictionary values_;
-  Dictionary registered_;
 };
 
 class FakeSecureStore : public platform::SecureStore {

@@ -20,6 +20,7 @@
 #include "fakes/TemporaryFolder.h"
 #include "host/MainQueueThread.h"
 #include "http/CurlTransport.h"
+#include "settings/DefaultsFile.h"
 
 namespace sorn::tests {
 
@@ -114,7 +115,9 @@ class TestHost {
   const std::shared_ptr<FakeClock> clock = std::make_shared<FakeClock>();
   const std::shared_ptr<FakeBundle> bundle = std::make_shared<FakeBundle>();
   const std::shared_ptr<FakeDirectories> directories = std::make_shared<FakeDirectories>();
-  const std::shared_ptr<FakeDefaults> defaults = std::make_shared<FakeDefaults>();
+  // Without a file: they last as long as the host.
+  const std::shared_ptr<settings::DefaultsFile> defaults =
+      std::make_shared<settings::DefaultsFile>(std::nullopt);
   const std::shared_ptr<FakeSecureStore> secureStore = std::make_shared<FakeSecureStore>();
   const std::shared_ptr<FakeDeviceFacts> facts = std::make_shared<FakeDeviceFacts>();
   const std::shared_ptr<FakeApplication> application = std::make_shared<FakeApplication>();
