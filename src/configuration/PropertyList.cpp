@@ -193,6 +193,7 @@ std::optional<TextDictionary> parsePropertyList(std::string_view bytes) {
     if (!found) return texts;
     const std::unique_ptr<char, void (*)(void*)> key(found, std::free);
     std::optional<std::string> text = textOf(value);
+    // One number fails the whole: half a configuration would start a library that reaches nobody.
     if (!text) return std::nullopt;
     texts.insert_or_assign(key.get(), std::move(*text));
   }

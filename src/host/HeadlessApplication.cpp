@@ -17,6 +17,7 @@ platform::Application::BackgroundTask HeadlessApplication::beginBackgroundTask(
     tasks_->running.emplace(task, std::move(expired));
   }
   mainQueue_->postAfter(taskLimit_, [task, waiting = std::weak_ptr(tasks_)] {
+    // The application may be gone by then: the queue keeps delayed work longer.
     const auto tasks = waiting.lock();
     if (!tasks) return;
     std::function<void()> handler;

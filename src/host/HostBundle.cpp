@@ -98,6 +98,8 @@ std::optional<std::string> HostBundle::libraryVersion() const {
 std::vector<std::filesystem::path> HostBundle::resourceDirectories() const {
   const std::lock_guard lock(mutex_);
   std::vector<std::filesystem::path> folders;
+  // As a package is laid out: the program's own folder, its share folder under the same prefix, then the
+  // system's.
   const std::filesystem::path beside = executable_.parent_path();
   if (!beside.empty()) folders.push_back(beside);
   if (identifier_ && staysInside(*identifier_)) {

@@ -91,6 +91,7 @@ std::optional<std::string> LinuxDeviceFacts::assignment(const std::filesystem::p
 }
 
 std::optional<std::string> LinuxDeviceFacts::chassis() const {
+  // What the administrator says goes before what the firmware says, which is often left at its default.
   if (auto told = assignment("etc/machine-info", "CHASSIS")) return told;
   if (auto tree = firstLine("proc/device-tree/chassis-type")) return tree;
   const auto type = firstLine("sys/class/dmi/id/chassis_type");
@@ -119,6 +120,7 @@ std::optional<platform::Screen> LinuxDeviceFacts::screen() const {
     outputs.push_back(entries->path().filename());
     entries.increment(error);
   }
+  // The order of a folder's entries is anything; a device must report the same screen each time.
   std::sort(outputs.begin(), outputs.end());
   for (const std::filesystem::path& output : outputs) {
     const std::filesystem::path folder = std::filesystem::path("sys/class/drm") / output;

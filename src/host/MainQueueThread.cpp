@@ -54,6 +54,7 @@ class MainQueueThread::Loop : public std::enable_shared_from_this<Loop> {
     changed_.notify_one();
     if (!thread_.joinable()) return;
     if (isCurrent()) {
+      // The last owner died within the queue's own work. The thread holds the loop and ends behind that work.
       thread_.detach();
     } else {
       thread_.join();
@@ -86,7 +87,8 @@ class MainQueueThread::Loop : public std::enable_shared_from_this<Loop> {
     }
   }
 
-  // Delayed work joins the end of the line when its time has come.
+  // Delayed work joins the end of the line when its time has come: before each piece of work, since a line
+  // that never empties must not keep it waiting.
   void takeDue() {
     const auto end = timed_.upper_bound(Clock::now());
     for (auto due = timed_.begin(); due != end; due = timed_.erase(due))

@@ -56,6 +56,7 @@ void Syslog::write(platform::SystemLogType type, std::string_view line) {
   const std::string header = "<" + std::to_string(LOG_USER | priorityOf(type)) + ">" + timeStamp() + " ";
   const std::string message = label_ + "[" + std::to_string(::getpid()) + "]: " + std::string(shortened);
   if (send(header + message)) return;
+  // No log service, as in a container: the line goes where its operator looks.
   std::fprintf(stderr, "%s\n", message.c_str());
 }
 

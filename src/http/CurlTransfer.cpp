@@ -26,8 +26,6 @@ constexpr std::chrono::seconds longestConnect{30};
 // Longer time-outs count as this one, which keeps the deadline inside the clock's range.
 constexpr std::chrono::duration<double> longestIdle = std::chrono::hours(24 * 7);
 
-support::Failure<TransportError> refusal(int code) { return support::Failure(TransportError{code}); }
-
 CurlTransfer& self(void* pointer) { return *static_cast<CurlTransfer*>(pointer); }
 
 }  // namespace
@@ -68,7 +66,7 @@ CurlTransfer::~CurlTransfer() {
 
 support::Result<void, TransportError> CurlTransfer::prepare() {
   handle_ = curl_easy_init();
-  if (!handle_) return refusal(TransportError::unknown);
+  if (!handle_) return transportFailure(TransportError::unknown);
   curl_easy_setopt(handle_, CURLOPT_PRIVATE, static_cast<void*>(this));
   curl_easy_setopt(handle_, CURLOPT_HEADERFUNCTION, &Callbacks::header);
   curl_easy_setopt(handle_, CURLOPT_HEADERDATA, static_cast<void*>(this));
@@ -111,8 +109,8 @@ support::Result<void, TransportError> CurlTransfer::prepareTarget() {
   if (!origin) return support::Failure(origin.error());
   origin_ = *std::move(origin);
   // Reserved never to exist (RFC 6761): no name server needs to be asked.
-  if (origin_.host.ends_with(".invalid")) return refusal(TransportError::cannotFindHost);
-  if (!prepareHeaders()) return refusal(TransportError::badUrl);
+  if (origin_.host.ends_with(".invalid")) return transportFailure(TransportError::cannotFindHost);
+  if (!prepareHeaders()) return transportFailure(TransportError::badUrl);
   curl_easy_setopt(handle_, CURLOPT_URL, request_.url.c_str());
   // A proxy that the environment names can't reach this machine's own servers.
   curl_easy_setopt(handle_, CURLOPT_PROXY, isLoopback(origin_.host) ? "" : static_cast<const char*>(nullptr));
@@ -175,6 +173,8 @@ std::optional<CurlTransfer::Result> CurlTransfer::ended(int curlCode) {
 std::optional<CurlTransfer::Result> CurlTransfer::followRedirect(const std::string& target) {
   const auto next = originOf(target);
   const bool leaves = !next || *next != origin_;
+  // The signature covers the address, so elsewhere the request would be refused, and whoever is there would
+  // hold a signed call: the caller gets the redirect itself.
   if (leaves && request_.staysOnOrigin) return std::move(response_);
   if (!next) return next.error();
   if (++redirects_ > mostRedirects) return TransportError{TransportError::tooManyRedirects};
@@ -192,6 +192,7 @@ std::optional<CurlTransfer::Result> CurlTransfer::followRedirect(const std::stri
     drop([](std::string_view name) { return sameName(name, "Authorization") || sameName(name, "Cookie"); });
   }
   request_.url = target;
+  // The handle is used again, since it keeps the connection; all that hangs on the address is set anew.
   if (const auto ready = prepareTarget(); !ready) return ready.error();
   return std::nullopt;
 }
@@ -225,6 +226,8 @@ bool CurlTransfer::bodyIsWhole() const {
   return !sameName(trimmedField(*encoding), "gzip") || response_.header("Content-Length") == "0";
 }
 
+// libcurl's own limits count the whole transfer or a mean speed; what matters here is silence. Each byte in
+// either direction moves the deadline, which the transport looks at whenever it wakes.
 void CurlTransfer::moved() {
   const auto idle = std::clamp(request_.idleTimeout, std::chrono::duration<double>::zero(), longestIdle);
   deadline_ = Clock::now() + std::chrono::ceil<Clock::duration>(idle);
@@ -237,7 +240,7 @@ bool CurlTransfer::receiveHeader(std::string_view line) {
     failure_ = TransportError::badServerResponse;
     return false;
   }
-  // Each answer begins with a status line: those before the last one were interim.
+  // Each answer begins with a status line: those before the last one were interim (RFC 9110, 15.2).
   if (line.starts_with("HTTP/")) {
     response_.headers.clear();
     headIsWhole_ = false;
@@ -273,11 +276,9 @@ bool CurlTransfer::receiveBody(std::string_view piece) {
   if (!readsBody()) return (leftOutBytes_ += piece.size()) <= longestLeftOut;
   if (!decoderIsChosen_) chooseDecoder();
   if (decoder_) {
-    const StreamInflate::Status status = decoder_->append(piece, response_.body, longestBody);
-    if (status == StreamInflate::Status::good) return true;
-    failure_ = status == StreamInflate::Status::tooLong ? TransportError::dataTooLarge
-                                                        : TransportError::cannotDecodeContent;
-    return false;
+    const auto unpacked = decoder_->append(piece, response_.body, longestBody);
+    if (!unpacked) failure_ = unpacked.error().code;
+    return static_cast<bool>(unpacked);
   }
   if (piece.size() > longestBody - response_.body.size()) {
     failure_ = TransportError::dataTooLarge;

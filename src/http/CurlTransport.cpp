@@ -85,6 +85,7 @@ CurlTransport::CurlTransport() = default;
 CurlTransport::~CurlTransport() {
   if (!session_) return;
   const SigpipeGuard guard;
+  // Completions do not run: who destroys the transport no longer waits for answers.
   for (const auto& [id, request] : running_) {
     if (request.transfer->handle()) curl_multi_remove_handle(session_->multi(), request.transfer->handle());
   }
@@ -107,6 +108,7 @@ CurlTransport::RequestId CurlTransport::send(platform::HttpRequest request, Comp
   Session& session = this->session();
   auto transfer = std::make_unique<CurlTransfer>(std::move(request), session.cookies());
   if (const auto ready = transfer->prepare(); !ready) {
+    // Told at the next wait like every other outcome, never inside this call.
     ended_.emplace_back(std::move(completion), ready.error());
     return id;
   }
@@ -123,6 +125,7 @@ void CurlTransport::cancel(RequestId request) {
 }
 
 void CurlTransport::finish(RunningRequests::iterator request, Result result) {
+  // libcurl is told first: it must not call into a transfer that is gone.
   curl_multi_remove_handle(session_->multi(), request->second.transfer->handle());
   ended_.emplace_back(std::move(request->second.completion), std::move(result));
   running_.erase(request);

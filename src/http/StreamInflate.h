@@ -5,6 +5,9 @@
 #include <string>
 #include <string_view>
 
+#include "sorn/platform/HttpTransport.h"
+#include "support/Result.h"
+
 struct z_stream_s;
 
 namespace sorn::http {
@@ -16,20 +19,22 @@ class StreamInflate {
     gzip,     // RFC 1952, one member or several
     deflate,  // RFC 1950; some servers send the bare RFC 1951, which is told apart by the first two bytes
   };
-  enum class Status { good, broken, tooLong };
+
+  using Outcome = support::Result<void, platform::TransportError>;
 
   explicit StreamInflate(Format format);
   ~StreamInflate();
   StreamInflate(const StreamInflate&) = delete;
   StreamInflate& operator=(const StreamInflate&) = delete;
 
-  // Appends what the piece unpacks to, but never lets `output` grow beyond `limit`.
-  Status append(std::string_view piece, std::string& output, std::size_t limit);
+  // Appends what the piece unpacks to. Fails with `cannotDecodeContent`, or with `dataTooLarge` rather than
+  // let `output` grow beyond `limit`.
+  Outcome append(std::string_view piece, std::string& output, std::size_t limit);
   // Whether the bytes so far are a whole body. One that was cut off is not.
   bool isWhole() const { return isWhole_; }
 
  private:
-  Status inflatePiece(std::string_view piece, std::string& output, std::size_t limit);
+  Outcome inflatePiece(std::string_view piece, std::string& output, std::size_t limit);
   bool begin(std::string_view firstBytes);
 
   const Format format_;

@@ -5,6 +5,8 @@
 
 #include <curl/curl.h>
 
+#include "http/CurlErrors.h"
+
 namespace sorn::http {
 
 namespace {
@@ -13,15 +15,13 @@ using platform::TransportError;
 
 using ParsedUrl = std::unique_ptr<CURLU, void (*)(CURLU*)>;
 
-support::Failure<TransportError> failure(int code) { return support::Failure(TransportError{code}); }
-
 support::Result<ParsedUrl, TransportError> parse(const std::string& url) {
   ParsedUrl parsed(curl_url(), curl_url_cleanup);
-  if (!parsed) return failure(TransportError::unknown);
+  if (!parsed) return transportFailure(TransportError::unknown);
   const CURLUcode code =
       curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), CURLU_NON_SUPPORT_SCHEME | CURLU_PATH_AS_IS);
-  if (code == CURLUE_BAD_SCHEME) return failure(TransportError::unsupportedUrl);
-  if (code != CURLUE_OK) return failure(TransportError::badUrl);
+  if (code == CURLUE_BAD_SCHEME) return transportFailure(TransportError::unsupportedUrl);
+  if (code != CURLUE_OK) return transportFailure(TransportError::badUrl);
   return parsed;
 }
 
@@ -46,8 +46,9 @@ support::Result<UrlOrigin, TransportError> originOf(const std::string& url) {
   if (!parsed) return support::Failure(parsed.error());
   UrlOrigin origin{lowered(part(*parsed, CURLUPART_SCHEME, 0)), lowered(part(*parsed, CURLUPART_HOST, 0)),
                    part(*parsed, CURLUPART_PORT, CURLU_DEFAULT_PORT)};
-  if (origin.scheme != "http" && origin.scheme != "https") return failure(TransportError::unsupportedUrl);
-  if (origin.host.empty()) return failure(TransportError::badUrl);
+  if (origin.scheme != "http" && origin.scheme != "https")
+    return transportFailure(TransportError::unsupportedUrl);
+  if (origin.host.empty()) return transportFailure(TransportError::badUrl);
   return origin;
 }
 

@@ -75,6 +75,10 @@ bool DefaultsFile::save(JsonFile::State replaced) const {
   return static_cast<bool>(file_->save(fileText(values_), replaced, platform::Durability::process));
 }
 
+// The file is read twice. First without the lock, which would make every start wait for others only to find
+// that nothing changes; then under it, since between a reading and a replacement without one another
+// process's change would be lost. What could not be written stays in `unwritten_` and goes with the next
+// change.
 void DefaultsFile::change(const std::string& key, std::optional<Value> value) {
   const std::lock_guard changing(changing_);
   refresh();
@@ -84,6 +88,7 @@ void DefaultsFile::change(const std::string& key, std::optional<Value> value) {
   std::optional<FileLock> lock;
   if (file_) lock.emplace(file_->path());
   if (!save(refresh())) return;
+  // A value that JSON can't hold was left out of the file, and is kept for this process.
   std::erase_if(unwritten_,
                 [](const auto& each) { return !each.second || memberText(each.first, *each.second); });
 }

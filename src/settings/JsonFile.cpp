@@ -32,6 +32,7 @@ JsonFile::Content JsonFile::load() const {
 support::FileResult JsonFile::save(std::string_view json, State replaced,
                                    platform::Durability durability) const {
   if (replaced == State::damaged) {
+    // A failure here is no reason to lose the new content.
     std::filesystem::path aside = file_;
     aside += ".damaged";
     std::error_code ignored;

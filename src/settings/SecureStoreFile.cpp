@@ -31,6 +31,7 @@ platform::SecureStore::Status SecureStoreFile::add(std::string_view service, std
   const FileLock lock(file_->path());
   JsonFile::Content content = file_->load();
   if (content.state == JsonFile::State::unreadable) return ioFailure;
+  // Never replaced: the first process to name the device decides for all.
   const auto [item, isNew] = content.members.try_emplace(std::string(service));
   if (!isNew) return duplicateItem;
   item->second = support::base64Encode(bytes);

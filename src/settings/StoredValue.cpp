@@ -58,6 +58,7 @@ struct Storing {
       looksWrapped = looksWrapped || key.starts_with('$');
       stored.emplace(key, storedForm(value));
     }
+    // Otherwise a host's own {"$date": 5} would come back as a date.
     return looksWrapped ? wrapped(dictionaryKey, std::move(stored)) : Value(std::move(stored));
   }
 };

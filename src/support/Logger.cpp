@@ -114,6 +114,7 @@ class Logger::Writer {
       if (lines_.empty()) return;
       Line line = std::move(lines_.front());
       lines_.pop_front();
+      // A log that hangs must hang this thread alone.
       lock.unlock();
       writeOut(line);
       lock.lock();

@@ -36,6 +36,8 @@ void SerialQueue::runQuietHandlerSoon() {
   workerWake_.notify_one();
 }
 
+// A caller that waits runs what stands before it itself: handing the queue to the worker and back would cost
+// two changes of threads for each call, and the caller has to wait for those blocks anyway.
 void SerialQueue::acquire() {
   std::unique_lock lock(mutex_);
   if (isHeld_) {
@@ -68,6 +70,7 @@ void SerialQueue::runBlocksBefore(const Waiter* self, std::unique_lock<std::mute
       if (entry.waiter == self) return;
       continue;
     }
+    // The queue stays held, so nothing else of it runs; the lock is free, so that the block may append.
     lock.unlock();
     entry.block();
     // What the block holds dies within the turn, but not under the lock: it may call back.
@@ -88,6 +91,7 @@ void SerialQueue::handOn() {
   if (waiterCount_ > 0) {
     for (Entry& entry : entries_) {
       if (!entry.waiter) continue;
+      // `isHeld_` stays set: between the two owners nobody else may slip in.
       entry.waiter->isGranted = true;
       entry.waiter->granted.notify_one();
       return;
@@ -141,6 +145,7 @@ void SerialQueue::waitForWork(std::unique_lock<std::mutex>& lock) {
       workerSleeps_ = false;
       continue;
     }
+    // Quiet is a whole wait without a turn: a turn that began and ended within it shows in the count alone.
     const std::uint64_t before = turns_;
     if (workerWake_.wait_for(lock, quiet_) == std::cv_status::timeout && turns_ == before && !isHeld_ &&
         entries_.empty() && !ending_) {

@@ -142,6 +142,7 @@ void Tasks::run() {
     }
     transport_->wait(sleep);
   }
+  // Every request is answered once, at the end with a cancellation; its completion runs inside `wait`.
   while (!requests_.empty()) {
     transport_->cancel(requests_.begin()->second);
     transport_->wait(Seconds{0});
@@ -156,6 +157,7 @@ bool Tasks::runReady() {
   isRunningWork_ = true;
   lock.unlock();
   work();
+  // Its end, too, runs foreign code, and idleness may not be told before that.
   work = {};
   lock.lock();
   isRunningWork_ = false;
@@ -171,6 +173,8 @@ bool Tasks::runDueTimer() {
     if (tick->due <= now && (!due || tick->due < due->due)) due = tick;
   }
   if (!due) return false;
+  // The next tick stays on the grid that the first one began, however late this one is: counted from now,
+  // each delay would add up. Ticks that were missed meanwhile count as this one.
   const double missed = std::floor((now - due->due) / due->interval);
   due->due += (missed + 1) * due->interval;
   isRunningWork_ = true;
@@ -195,6 +199,7 @@ platform::Monotonic Tasks::nextDue() const {
 }
 
 Tasks::Seconds Tasks::longestWait() const {
+  // A clock that is moved by hand wakes the thread at each move.
   if (!clock_->runsByItself() || ticks_.empty()) return longestSleep;
   return std::clamp(nextDue() - clock_->monotonic(), Seconds{0}, longestSleep);
 }

@@ -34,6 +34,7 @@ std::size_t countWithBreaks(std::string_view text) {
   const std::unique_ptr<UBreakIterator, IcuDeleter> breaks(
       ubrk_open(UBRK_CHARACTER, "en", nullptr, 0, &status));
   ubrk_setUText(breaks.get(), source.get(), &status);
+  // Without ICU's data nothing can be counted; the bytes are never fewer than the characters.
   if (U_FAILURE(status)) return text.size();
   std::size_t count = 0;
   while (ubrk_next(breaks.get()) != UBRK_DONE) ++count;
@@ -77,6 +78,7 @@ std::optional<std::uint64_t> scanHex(std::string_view text) {
   constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
   std::uint64_t number = 0;
   for (; startsWithDigit(text); text.remove_prefix(1)) {
+    // What does not fit counts as the largest number, as a scanner of the C library has it.
     if (number > largest >> 4) return largest;
     number = number << 4 | static_cast<std::uint64_t>(hexValue(text.front()));
   }

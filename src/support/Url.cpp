@@ -62,6 +62,7 @@ std::optional<Url> Url::parse(std::string text) {
 Url::Url(std::string text) : text_(std::move(text)) {
   std::size_t at = readScheme();
   const std::string_view whole = text_;
+  // Opaque, as "mailto:" is: nothing behind the scheme has parts.
   if (at > 0 && !whole.substr(at).starts_with('/')) return;
   if (whole.substr(at).starts_with("//")) at = readAuthority(at + 2);
   const std::size_t end = std::min(whole.find('#', at), whole.size());
@@ -92,6 +93,7 @@ std::size_t Url::readScheme() {
 std::size_t Url::readAuthority(std::size_t from) {
   const std::string_view whole = text_;
   const std::size_t end = std::min(whole.find_first_of("/?#", from), whole.size());
+  // The last one: a password may hold an "@" by mistake, a host never.
   const std::size_t user = whole.substr(0, end).rfind('@');
   std::size_t begin = user != nowhere && user >= from ? user + 1 : from;
   std::size_t hostEnd = 0;

@@ -34,7 +34,7 @@ struct Pool {
     fork = forkCount();
   }
 
-  // Every byte is handed out once and wiped.
+  // Every byte is handed out once and wiped, so that an identifier can't be read from memory before its time.
   std::array<std::uint8_t, uuidSize> take() {
     if (used == bytes.size() || fork != forkCount()) fill();
     std::array<std::uint8_t, uuidSize> taken;

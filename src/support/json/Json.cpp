@@ -149,6 +149,8 @@ Result<Document, JsonError> Document::parse(std::string_view text, Fragments fra
   if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
   auto parsed = std::make_unique<Parsed>();
   simdjson::error_code code = parsed->parse(text);
+  // The quick way takes nearly every document; what it may have refused for a number beyond its range or a
+  // spare comma is written anew and parsed once more.
   if (code == simdjson::NUMBER_ERROR || code == simdjson::TAPE_ERROR) {
     if (const std::optional<MendedJson> mended = mendJson(text)) {
       code = parsed->parse(mended->text);

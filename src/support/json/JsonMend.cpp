@@ -137,6 +137,7 @@ class Mender {
     if (!isJsonNumber(number)) return false;
     const std::size_t next = behindBlanks(text_, end);
     const bool isKey = next < text_.size() && text_[next] == ':';
+    // As a text, which the reader marks as a decimal afterwards by its place among the texts.
     if (isOutOfRange(number) && !isKey) {
       result_.decimals.push_back(texts_++);
       result_.text.append("\"").append(number).append("\"");
