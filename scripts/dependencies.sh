@@ -11,7 +11,7 @@ build_packages=(
   libcairo2-dev libpango1.0-dev libgdk-pixbuf-2.0-dev fonts-inter fonts-dejavu-core fonts-noto-color-emoji
 )
 test_packages=(
-  libgtest-dev libgmock-dev openssl sqlite3 gzip tzdata
+  libgtest-dev libgmock-dev openssl sqlite3 gzip tzdata python3-jsonschema
   clang-16 clang-format-16 clang-tidy-16 libclang-rt-16-dev
 )
 # For the comparison with a web view alone.

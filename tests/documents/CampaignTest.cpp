@@ -1,13 +1,20 @@
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <set>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "documents/ActivePlace.h"
 #include "documents/CampaignTexts.h"
+#include "fakes/DataFile.h"
+#include "fakes/FakeDevice.h"
+#include "support/Logger.h"
 #include "support/json/Json.h"
 
 namespace sorn::documents {
@@ -24,87 +31,42 @@ SornInAppCampaign decoded(std::string_view text) {
   return campaigns->at(0);
 }
 
-std::string refusal(std::string_view text) {
-  const auto campaigns = decodeCampaigns(text);
-  return campaigns ? "decoded" : campaigns.error().description();
+template <class Document>
+std::string ending(const Decoded<Document>& document) {
+  return document ? "decoded" : document.error().description();
 }
 
 TEST(CampaignDocument, AFaultIsNamedByItsPathAndCause) {
-  const std::string_view minimal = minimalCampaigns;
-  const std::pair<std::string, std::string> cases[] = {
-      // Required keys, in the campaign, in a record inside it and in the layout.
-      {replaced(minimal, R"("id":"a",)", ""), "[0].id: required key is missing"},
-      {replaced(minimal, R"("background_color":"#FFF",)", ""),
-       "[0].content_metadata.background_color: required key is missing"},
-      {replaced(minimal, R"("children":[])",
-                R"("children":[{"viewType":"text","children":[],"textData":{"text":""}}])"),
-       "[0].content.children[0].textData.softWrap: required key is missing"},
-      {minimalWith(R"("frequency":{"type":"multiple_times","details":{"times":1}})"),
-       "[0].frequency.details.gap: required key is missing"},
-      // Null stands for an absent value of an optional key alone.
-      {replaced(minimal, R"("id":"a")", R"("id":null)"), "[0].id: expected a text, found null"},
-      // Types, of optional keys too.
-      {replaced(minimal, R"("audience":"all")", R"("audience":1)"),
-       "[0].audience: expected a text, found a number"},
-      {minimalWith(R"("paused":0)"), "[0].paused: expected a boolean, found a number"},
-      {minimalWith(R"("priority":true)"), "[0].priority: expected an integer, found a boolean"},
-      {minimalWith(R"("trigger":[])"), "[0].trigger: expected an object, found a list"},
-      {minimalWith(R"("extra_data":{"a":"b","c.d":null})"),
-       "[0].extra_data[\"c.d\"]: expected a text, found null"},
-      {minimalWith(R"("trigger":{"type":"on_in_app_trigger","attributes":)"
-                   R"([{"type":"number","key":"k","operator":"=","value":7}]})"),
-       "[0].trigger.attributes[0].value: expected a text, found a number"},
-      {nodeWith(R"("padding":[1,2,"3",4])"), "[0].content.padding[2]: expected a number, found a text"},
-      {R"({"id":"a"})", "$: expected a list, found an object"},
-      // Numbers that the type cannot hold.
-      {minimalWith(R"("priority":1.5)"), "[0].priority: the number is out of range or not an integer"},
-      {minimalWith(R"("priority":9223372036854775808)"),
-       "[0].priority: the number is out of range or not an integer"},
-      {nodeWith(R"("width":1e400)"), "[0].content.width: the number is out of range"},
-      // Texts of enumerations are exact.
-      {replaced(minimal, R"("all")", R"("All")"),
-       R"([0].audience: expected one of "all", "android", "ios", found "All")"},
-      {replaced(minimal, R"("viewType":"text")", R"("viewType":"spacer")"),
-       R"([0].content.viewType: expected one of "row", "column", "button", "text", "image", found "spacer")"},
-      {replaced(minimal, R"("all")", '"' + std::string(65, 'x') + '"'),
-       R"([0].audience: expected one of "all", "android", "ios", found a longer text)"},
-  };
-  for (const auto& [text, failure] : cases) EXPECT_EQ(refusal(text), failure) << text;
+  for (const auto& row : tests::dataFile("faults.json")) {
+    const std::string text = replaced(minimalCampaigns, row[0].get<std::string>(), row[1].get<std::string>());
+    EXPECT_EQ(ending(decodeCampaigns(text)), row[2]) << text;
+  }
+  EXPECT_EQ(ending(decodeCampaigns(R"({"id":"a"})")), "$: expected a list, found an object");
+}
+
+TEST(ActivePlace, StandsAsFiveIntegersLongitudeFirst) {
+  const auto places = decodePlaces("[[7,11575000,48137000,150,3],[-1,-180000000,2.0,32767,-32768]]");
+  ASSERT_TRUE(places);
+  EXPECT_EQ(*places, (std::vector<ActivePlace>{
+                         {.placeID = 7, .lat = 48137000, .long_ = 11575000, .radius = 150, .direction = 3},
+                         {-1, 2, -180000000, 32767, -32768}}));
+  for (const auto& row : tests::dataFile("places.json")) {
+    EXPECT_EQ(ending(decodePlaces(row[0].get<std::string>())), row[1]) << row;
+  }
 }
 
 TEST(CampaignDocument, OneFaultyCampaignLosesTheListAndTheFirstFaultIsTold) {
   const std::string good(minimalCampaigns.substr(1, minimalCampaigns.size() - 2));
   const std::string text =
       "[" + good + "," + good + "," + replaced(replaced(good, "\"all\"", "1"), "\"dialog\"", "2") + "]";
-  EXPECT_EQ(refusal(text), "[2].audience: expected a text, found a number");
+  EXPECT_EQ(ending(decodeCampaigns(text)), "[2].audience: expected a text, found a number");
   const DecodingFailure every = decodeEachCampaign(text).failure;
   ASSERT_EQ(every.count(), 2u);
   EXPECT_EQ(pathText(every.faults()[1].path), "[2].content_metadata.type");
 }
 
-TEST(CampaignDocument, WhatIsAbsentStaysAbsent) {
-  for (const char* name :
-       {"test", "paused", "priority", "extra_data", "trigger", "trigger_metadata", "frequency"}) {
-    EXPECT_EQ(refusal(minimalWith("\"" + std::string(name) + "\":null")), "decoded") << name;
-  }
-  const SornInAppCampaign campaign = decoded(minimalCampaigns);
-  EXPECT_FALSE(campaign.paused || campaign.priority || campaign.trigger || campaign.frequency);
-  EXPECT_FALSE(campaign.content.textData || campaign.content.width || campaign.content.isSafe);
-  EXPECT_TRUE(campaign.content_metadata.show_close_button);
-  EXPECT_FALSE(campaign.content_metadata.dismissable_on_tap);
-}
-
-TEST(CampaignDocument, WholeNumbersCountHoweverTheyAreWritten) {
-  const std::pair<const char*, std::int64_t> cases[] = {
-      {"2", 2}, {"2.0", 2}, {"1e3", 1000}, {"-0", 0}, {"-9223372036854775808", INT64_MIN}};
-  for (const auto& [text, expected] : cases) {
-    EXPECT_EQ(decoded(minimalWith("\"priority\":" + std::string(text))).priority, expected) << text;
-  }
-  EXPECT_EQ(decoded(nodeWith("\"width\":-1,\"height\":0.125")).content.width, -1.0);
-}
-
 TEST(CampaignDocument, OfMembersWithTheSameKeyTheFirstCounts) {
-  EXPECT_EQ(decoded(minimalWith(R"("priority":1,"priority":2)")).priority, 1);
+  EXPECT_EQ(decoded(minimalWith(R"("priority":1e3,"priority":2)")).priority, 1000);
   EXPECT_EQ(decoded(minimalWith(R"("priority":null,"priority":2)")).priority, std::nullopt);
   EXPECT_EQ(decoded(minimalWith(R"("priority":1,"priority":"not read")")).priority, 1);
   EXPECT_EQ(decoded(minimalWith(R"("extra_data":{"k":"1","k":2})")).extra_data->at("k"), "1");
@@ -153,27 +115,6 @@ std::string nested(std::size_t rows) {
   return text;
 }
 
-TEST(CampaignDocument, HostileTextsAreOneFailure) {
-  const std::string digits(1'000'000, '9');
-  const std::pair<const char*, std::string> cases[] = {
-      {"nothing", ""},
-      {"closed lists", std::string(100'000, '[') + std::string(100'000, ']')},
-      {"open objects", "[" + std::string(100'000, '{')},
-      {"nested nodes", "[" + nested(50'000) + "]"},
-      {"a long integer", minimalWith("\"priority\":" + digits)},
-      {"a long number", nodeWith("\"width\":" + digits + ".5")},
-      {"a long exponent", nodeWith("\"width\":1e" + digits)},
-      {"bytes that are no UTF-8", replaced(minimalCampaigns, "\"a\"", "\"\xFF\"")},
-      {"half a character", replaced(minimalCampaigns, "\"a\"", R"("\ud800")")},
-  };
-  for (const auto& [name, text] : cases) {
-    const auto campaigns = decodeCampaigns(text);
-    ASSERT_FALSE(campaigns) << name;
-    EXPECT_FALSE(campaigns.error().cause().empty()) << name;
-    EXPECT_EQ(campaigns.error().count(), 1u) << name;
-  }
-}
-
 TEST(CampaignDocument, NodesMayNestAsDeepAsTheReaderReads) {
   const auto within = [](std::size_t rows) {
     return replaced(minimalCampaigns, "\"children\":[]", "\"children\":[" + nested(rows) + "]");
@@ -181,15 +122,45 @@ TEST(CampaignDocument, NodesMayNestAsDeepAsTheReaderReads) {
   // Two levels a node, and the list and the campaign above them: 2 + 2 * 255 = 512.
   const SornInAppCampaign campaign = decoded(within(254));
   EXPECT_EQ(encodeCampaigns({campaign}).value_or("").size(), within(254).size());
-  EXPECT_NE(refusal(within(255)), "decoded");
+  for (const std::string& text : {within(255), within(50'000)}) EXPECT_FALSE(decodeCampaigns(text));
 }
 
-TEST(CampaignDocument, ATextThatIsCutIsNeverDecoded) {
-  const std::string text = example("every-key.json");
-  const std::size_t end = text.find_last_of(']');
-  for (std::size_t length = 0; length <= end; ++length) {
-    ASSERT_FALSE(decodeCampaigns(std::string_view(text).substr(0, length))) << length;
+TEST(ButtonAction, ArgumentsAreUnderstoodByTheKindOfActionOrALineSaysThatTheyAreNot) {
+  setenv("SNSORN_FORCE_LOGGING", "1", 1);
+  const auto url = [](const char* text) { return support::Url::parse(text).value(); };
+  const std::string noUrl = "Could not extract URL from string: ";
+  const std::string noObject = "Could not deserialize JSON from string: ";
+  const std::tuple<ButtonAction::Type, std::optional<std::string>,
+                   std::optional<ButtonAction::QualifiedAction>, std::string>
+      cases[] = {
+          {ButtonAction::Type::url, "https://a.invalid/x?y=1",
+           ButtonAction::OpenUrl{url("https://a.invalid/x?y=1")}, ""},
+          {ButtonAction::Type::deeplink, "app://x", ButtonAction::OpenDeeplink{url("app://x")}, ""},
+          {ButtonAction::Type::custom, R"( {"a":[1,true]} )",
+           ButtonAction::Custom{Dictionary{{"a", List{1, true}}}}, ""},
+          {ButtonAction::Type::no_action, "no address at all", ButtonAction::NoAction{}, ""},
+          {ButtonAction::Type::app_review, std::nullopt, ButtonAction::AppReview{}, ""},
+          {ButtonAction::Type::push_prompt, std::nullopt, ButtonAction::PushPrompt{}, ""},
+          {ButtonAction::Type::url, std::nullopt, std::nullopt, noUrl + "-"},
+          {ButtonAction::Type::url, "two words", std::nullopt, noUrl + "two words"},
+          {ButtonAction::Type::deeplink, "caf\u00e9://", std::nullopt, noUrl + "caf\u00e9://"},
+          {ButtonAction::Type::custom, std::nullopt, std::nullopt, noObject + "-"},
+          {ButtonAction::Type::custom, "[1]", std::nullopt, noObject + "[1]"},
+      };
+  for (const auto& [type, ios, expected, message] : cases) {
+    const auto log = std::make_shared<tests::RecordingLog>();
+    support::Logger logger(log);
+    EXPECT_TRUE((ButtonAction{type, "EVENT", {std::nullopt, ios}}.qualifiedAction(logger) == expected))
+        << message;
+    logger.flush();
+    ASSERT_EQ(log->lines().size(), message.empty() ? 0u : 1u) << message;
+    if (!message.empty()) {
+      EXPECT_TRUE(log->lines()[0].ends_with(message)) << log->lines()[0];
+    }
   }
+  unsetenv("SNSORN_FORCE_LOGGING");
+  EXPECT_EQ((ButtonAction{ButtonAction::Type::push_prompt, "ASK", {"x", std::nullopt}}).description(),
+            "Type: push_prompt\nName: ASK\nValue: n/a");
 }
 
 }  // namespace

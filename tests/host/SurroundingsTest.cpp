@@ -1,6 +1,8 @@
+#include <array>
+#include <atomic>
 #include <future>
 #include <map>
-#include <thread>
+#include <tuple>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,6 +10,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "fakes/DataFile.h"
 #include "fakes/TemporaryFolder.h"
 #include "host/HeadlessApplication.h"
 #include "host/HeadlessPlatform.h"
@@ -30,40 +33,25 @@ namespace {
 // A variable of this process's environment; null unsets.
 void setVariable(const char* name, const char* value) { value ? ::setenv(name, value, 1) : ::unsetenv(name); }
 
-TEST(XdgDirectories, FollowTheEnvironment) {
-  struct Case {
-    const char* data;
-    const char* config;
-    const char* documents;
-    const char* defaults;
+TEST(XdgDirectories, FollowTheEnvironmentAndKeepAnApplicationInsideItsFolder) {
+  const std::array<const char*, 5> cases[] = {
+      {nullptr, nullptr, "app", "/h/.local/share/app/documents", "/h/.config/app/defaults.json"},
+      {"/d", "/c", "../evil/app", "/d/.._evil_app/documents", "/c/.._evil_app/defaults.json"},
+      {"relative", "", "app", "/h/.local/share/app/documents", "/h/.config/app/defaults.json"},
   };
-  const Case cases[] = {
-      {nullptr, nullptr, "/h/.local/share/app/documents", "/h/.config/app/defaults.json"},
-      {"/d", "/c", "/d/app/documents", "/c/app/defaults.json"},
-      {"relative", "", "/h/.local/share/app/documents", "/h/.config/app/defaults.json"},
-  };
-  for (const Case& each : cases) {
+  for (const auto& [data, config, name, documents, defaults] : cases) {
     setVariable("HOME", "/h");
-    setVariable("XDG_DATA_HOME", each.data);
-    setVariable("XDG_CONFIG_HOME", each.config);
-    const host::XdgDirectories directories(host::XdgHomes::fromEnvironment(), "app");
-    EXPECT_THAT(directories.documents(), ::testing::ElementsAre(each.documents));
-    EXPECT_EQ(directories.defaultsFile(), each.defaults);
+    setVariable("XDG_DATA_HOME", data);
+    setVariable("XDG_CONFIG_HOME", config);
+    const host::XdgDirectories directories(host::XdgHomes::fromEnvironment(), name);
+    EXPECT_THAT(directories.documents(), ::testing::ElementsAre(documents));
+    EXPECT_EQ(directories.defaultsFile(), defaults);
   }
-}
-
-TEST(XdgDirectories, KeepAnApplicationInsideItsFolder) {
-  const auto homes = host::XdgHomes::below("/root");
-  const host::XdgDirectories slashes(homes, "../evil/app");
-  EXPECT_THAT(slashes.applicationSupport(),
-              ::testing::ElementsAre("/root/data/.._evil_app/application-support"));
-  EXPECT_EQ(slashes.secureStoreFile(), "/root/data/.._evil_app/secure-store.json");
   for (const char* name : {"", ".", ".."}) {
-    const host::XdgDirectories none(homes, name);
+    const host::XdgDirectories none(host::XdgHomes::below("/root"), name);
     EXPECT_THAT(none.documents(), ::testing::IsEmpty());
     EXPECT_EQ(none.defaultsFile(), std::nullopt);
   }
-  EXPECT_THAT(host::XdgDirectories({}, "app").documents(), ::testing::IsEmpty());
 }
 
 TEST(HostBundle, FindsResourcesInOrderAndNeverOutside) {
@@ -88,17 +76,11 @@ TEST(HostBundle, FindsResourcesInOrderAndNeverOutside) {
     EXPECT_EQ(bundle.resource(name, "plist"), std::nullopt) << name;
   }
   setVariable("XDG_DATA_DIRS", nullptr);
-}
-
-TEST(HostBundle, MakesTextOfANameInAnotherEncoding) {
-  const std::pair<const char*, const char*> cases[] = {{"caf\xE9 1", "caf%e9 1"},
-                                                       {"\xC3\xA9\xFF", "%c3%a9%ff"},
-                                                       {"caf\xC3\xA9", "caf\xC3\xA9"},
-                                                       {"50%", "50%"}};
-  host::HostBundle bundle;
-  for (const auto& [name, identifier] : cases) {
+  // A name in another encoding becomes text.
+  for (const auto& [name, text] : std::map<const char*, const char*>{
+           {"caf\xE9 1", "caf%e9 1"}, {"\xC3\xA9\xFF", "%c3%a9%ff"}, {"caf\xC3\xA9%", "caf\xC3\xA9%"}}) {
     bundle.setIdentifier(name);
-    EXPECT_EQ(bundle.identifier(), identifier);
+    EXPECT_EQ(bundle.identifier(), text);
   }
 }
 
@@ -120,80 +102,32 @@ TEST(HeadlessPlatform, KeepsItsFoldersWhenTheHostGoesElsewhere) {
   EXPECT_TRUE(std::filesystem::exists(folder / "home/config/app/defaults.json"));
 }
 
-TEST(LinuxDeviceFacts, AreReadFromTheSystemsFiles) {
-  const TemporaryFolder root;
-  root.write("sys/class/dmi/id/product_name", "Slate 7\n");
-  root.write("sys/class/dmi/id/chassis_type", "30\n");
-  root.write("etc/os-release", "NAME=\"A\"\n#VERSION_ID=9\nVERSION_ID=\"12\"\n");
-  root.write("sys/class/drm/card0-DP-1/status", "disconnected\n");
-  root.write("sys/class/drm/card0-DP-1/modes", "800x600\n");
-  root.write("sys/class/drm/card0-eDP-1/status", "connected\n");
-  root.write("sys/class/drm/card0-eDP-1/modes", "2160x1440\n1920x1080\n");
-  const LinuxDeviceFacts facts(root.path());
-  EXPECT_EQ(facts.model(), "Slate 7");
-  EXPECT_EQ(facts.idiom(), DeviceIdiom::tablet);
-  EXPECT_EQ(facts.systemVersion(), "12");
-  ASSERT_TRUE(facts.screen());
-  EXPECT_EQ(facts.screen()->width, 2160);
-  EXPECT_EQ(facts.screen()->height, 1440);
-}
-
-TEST(LinuxDeviceFacts, KnowAPhoneByItsDeviceTreeAndItsAdministrator) {
-  const TemporaryFolder root;
-  root.write("proc/device-tree/model", std::string_view("Pine Phone\0", 11));
-  root.write("proc/device-tree/chassis-type", std::string_view("handset\0", 8));
-  const LinuxDeviceFacts facts(root.path());
-  EXPECT_EQ(facts.model(), "Pine Phone");
-  EXPECT_EQ(facts.idiom(), DeviceIdiom::phone);
-  root.write("etc/machine-info", "CHASSIS=desktop\n");
-  EXPECT_EQ(facts.idiom(), DeviceIdiom::unspecified);
-  root.write("etc/machine-info", "CHASSIS='tablet'\n");
-  EXPECT_EQ(facts.idiom(), DeviceIdiom::tablet);
-}
-
-TEST(LinuxDeviceFacts, AreAbsentWhereNothingIsToBeRead) {
-  const TemporaryFolder root;
-  const LinuxDeviceFacts empty(root.path(), [](const char*) { return nullptr; });
-  EXPECT_EQ(empty.model(), std::nullopt);
-  EXPECT_EQ(empty.idiom(), DeviceIdiom::unspecified);
-  EXPECT_EQ(empty.systemVersion(), std::nullopt);
-  EXPECT_FALSE(empty.screen());
-  EXPECT_EQ(empty.language(), std::nullopt);
-  EXPECT_EQ(empty.region(), std::nullopt);
-  // A file beyond all reason, a folder in a file's place, and values of blanks.
-  root.write("sys/class/dmi/id/product_name", std::string(100000, 'x'));
-  std::filesystem::create_directories(root / "etc/os-release");
-  root.write("usr/lib/os-release", "VERSION_ID=\"\"\n");
-  root.write("sys/class/drm/card0/status", "connected\n");
-  root.write("sys/class/drm/card0/modes", "0x0\n");
-  EXPECT_EQ(empty.model(), std::nullopt);
-  EXPECT_EQ(empty.systemVersion(), std::nullopt);
-  EXPECT_FALSE(empty.screen());
+TEST(LinuxDeviceFacts, AreReadFromTheSystemsFilesAndAbsentWithoutThem) {
+  const std::map<DeviceIdiom, std::string> idioms = {{DeviceIdiom::phone, "phone"},
+                                                     {DeviceIdiom::tablet, "tablet"},
+                                                     {DeviceIdiom::unspecified, "unspecified"}};
+  for (const auto& row : dataFile("facts.json")) {
+    const TemporaryFolder root;
+    for (const auto& [file, text] : row[0].items()) root.write(file, text.get<std::string>());
+    const LinuxDeviceFacts facts(root.path());
+    EXPECT_EQ(facts.model(), cell<std::string>(row[1])) << row;
+    EXPECT_EQ(idioms.at(facts.idiom()), row[2]) << row;
+    EXPECT_EQ(facts.systemVersion(), cell<std::string>(row[3])) << row;
+    const auto screen = facts.screen();
+    EXPECT_EQ(screen ? std::optional(screen->width) : std::nullopt, cell<double>(row[4])) << row;
+    EXPECT_EQ(screen ? std::optional(screen->height) : std::nullopt, cell<double>(row[5])) << row;
+  }
 }
 
 TEST(LinuxDeviceFacts, SplitTheLocale) {
-  struct Case {
-    std::map<std::string, const char*> environment;
-    std::optional<std::string> language;
-    std::optional<std::string> region;
-  };
-  const Case cases[] = {
-      {{{"LANG", "de_CH.UTF-8"}}, "de", "CH"},
-      {{{"LANG", "de_CH"}, {"LC_MESSAGES", "fr_FR@euro"}}, "fr", "FR"},
-      {{{"LANG", "de_CH"}, {"LC_ALL", "sr_RS.UTF-8@latin"}}, "sr", "RS"},
-      {{{"LANG", "de_CH"}, {"LC_ALL", ""}}, "de", "CH"},
-      {{{"LANG", "eo"}}, "eo", std::nullopt},
-      {{{"LANG", "C.UTF-8"}}, std::nullopt, std::nullopt},
-      {{{"LANG", "POSIX"}}, std::nullopt, std::nullopt},
-      {{{"LANG", "_"}}, std::nullopt, std::nullopt},
-  };
-  for (const Case& each : cases) {
+  for (const auto& row : dataFile("locales.json")) {
+    const auto environment = row[0].get<std::map<std::string, std::string>>();
     const LinuxDeviceFacts facts("/nowhere", [&](const char* name) {
-      const auto found = each.environment.find(name);
-      return found == each.environment.end() ? nullptr : found->second;
+      const auto found = environment.find(name);
+      return found == environment.end() ? nullptr : found->second.c_str();
     });
-    EXPECT_EQ(facts.language(), each.language);
-    EXPECT_EQ(facts.region(), each.region);
+    EXPECT_EQ(facts.language(), cell<std::string>(row[1])) << row;
+    EXPECT_EQ(facts.region(), cell<std::string>(row[2])) << row;
   }
 }
 
@@ -223,30 +157,26 @@ TEST(MainQueueThread, RunsWorkInOrderAndDelayedWorkWhenItIsDue) {
   EXPECT_FALSE(queue.isCurrent());
 }
 
-TEST(MainQueueThread, IsNotStarvedByWorkThatPostsItself) {
-  host::MainQueueThread queue;
+TEST(MainQueueThread, IsNotStarvedByWorkThatPostsItselfAndMayDieWithinItsOwn) {
+  auto queue = std::make_shared<host::MainQueueThread>();
   std::atomic<bool> isOver{false};
   std::promise<void> done;
-  std::function<void()> again = [&] {
-    if (!isOver) queue.post(again);
+  std::function<void()> again = [&, &posting = *queue] {
+    if (!isOver) posting.post(again);
   };
-  queue.post(again);
-  queue.postAfter(milliseconds(5), [&] { isOver = true, done.set_value(); });
-  EXPECT_EQ(done.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
-}
-
-TEST(MainQueueThread, MayDieWithinItsOwnWork) {
-  auto queue = std::make_shared<host::MainQueueThread>();
+  queue->post(again);
+  queue->postAfter(milliseconds(5), [&] { isOver = true, done.set_value(); });
+  ASSERT_EQ(done.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
   std::promise<void> released;
-  std::promise<void> done;
+  std::promise<void> died;
   queue->post([&, held = queue]() mutable {
     released.get_future().wait();
     held.reset();
-    done.set_value();
+    died.set_value();
   });
   queue.reset();
   released.set_value();
-  EXPECT_EQ(done.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+  EXPECT_EQ(died.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
 }
 
 TEST(HeadlessApplication, ExpiresATaskOnceUnlessItHasEnded) {
@@ -268,16 +198,6 @@ TEST(HeadlessApplication, ExpiresATaskOnceUnlessItHasEnded) {
   EXPECT_EQ(expired, 1);
 }
 
-TEST(ManualClock, MovesOnlyByHandAndTellsItsObserver) {
-  host::ManualClock clock(dateSince1970(1000));
-  std::vector<double> seen;
-  clock.setObserver([&] { seen.push_back(clock.monotonic().count() + secondsSince1970(clock.now())); });
-  clock.advance(platform::Monotonic(2.5));
-  clock.jumpTo(dateSince1970(10));
-  EXPECT_THAT(seen, ::testing::ElementsAre(2.5 + 1002.5, 2.5 + 10));
-  EXPECT_FALSE(clock.runsByItself());
-}
-
 TEST(Syslog, SendsEachLineWithItsTypeAndLabel) {
   const TemporaryFolder folder;
   const std::string path = folder / "log";
@@ -285,36 +205,32 @@ TEST(Syslog, SendsEachLineWithItsTypeAndLabel) {
   address.sun_family = AF_UNIX;
   path.copy(address.sun_path, path.size());
   const auto open = [&] {
+    ::unlink(path.c_str());
     const int descriptor = ::socket(AF_UNIX, SOCK_DGRAM, 0);
     EXPECT_EQ(::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     return descriptor;
   };
-  const auto receive = [](int descriptor) {
-    char line[10000];
-    const ssize_t count = ::recv(descriptor, line, sizeof line, MSG_DONTWAIT);
-    return count < 0 ? std::string() : std::string(line, static_cast<std::size_t>(count));
-  };
-  int service = open();
   host::Syslog log("label", path);
-  const std::string end = " label\\[" + std::to_string(::getpid()) + "\\]: ";
-  const std::string time = "[A-Z][a-z]{2} [ 0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}";
-  // Facility user (1) times eight, plus notice 5, info 6, error 3.
-  log.write(platform::SystemLogType::standard, "one");
-  EXPECT_THAT(receive(service), ::testing::MatchesRegex("<13>" + time + end + "one"));
-  log.write(platform::SystemLogType::info, "two");
-  EXPECT_THAT(receive(service), ::testing::MatchesRegex("<14>" + time + end + "two"));
-  // The service begins anew: the next line finds it.
-  ::close(service);
-  ::unlink(path.c_str());
-  service = open();
-  log.write(platform::SystemLogType::error, std::string(9000, 'x'));
-  EXPECT_THAT(receive(service), ::testing::MatchesRegex("<11>" + time + end + "x+"));
-  ::close(service);
-  ::unlink(path.c_str());
+  const std::string end = "label\\[" + std::to_string(::getpid()) + "\\]: ";
+  const std::string time = "[A-Z][a-z]{2} [ 0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2} ";
+  // Facility user (1) times eight, plus notice 5, info 6, error 3. The service begins anew for each line.
+  const std::tuple<platform::SystemLogType, std::string, std::string> cases[] = {
+      {platform::SystemLogType::standard, "one", "<13>"},
+      {platform::SystemLogType::info, "two", "<14>"},
+      {platform::SystemLogType::error, std::string(9000, 'x'), "<11>"}};
+  for (const auto& [type, text, priority] : cases) {
+    const int service = open();
+    log.write(type, text);
+    char line[10000];
+    const ssize_t count = ::recv(service, line, sizeof line, MSG_DONTWAIT);
+    ASSERT_GT(count, 0) << priority;
+    EXPECT_THAT(std::string(line, static_cast<std::size_t>(count)),
+                ::testing::MatchesRegex(priority + time + end + text.substr(0, 8000)));
+    ::close(service);
+  }
   ::testing::internal::CaptureStderr();
   log.write(platform::SystemLogType::error, "nobody listens");
-  EXPECT_THAT(::testing::internal::GetCapturedStderr(),
-              ::testing::MatchesRegex(end.substr(1) + "nobody listens\n"));
+  EXPECT_THAT(::testing::internal::GetCapturedStderr(), ::testing::MatchesRegex(end + "nobody listens\n"));
 }
 
 TEST(HeadlessPlatform, FillsEmptyPortsAndTouchesNothing) {
@@ -324,7 +240,6 @@ TEST(HeadlessPlatform, FillsEmptyPortsAndTouchesNothing) {
   platform.clock = own;
   host::fillHeadless(platform, host::XdgHomes::below(folder.path()));
   EXPECT_EQ(platform.clock, own);
-  EXPECT_THAT(platform.directories->documents(), ::testing::ElementsAre(folder / "data/host_test/documents"));
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
   platform.userDefaults->set("a", 1);
   EXPECT_EQ(platform.secureStore->add("s", "b"), platform::SecureStore::success);

@@ -73,65 +73,10 @@ TEST(ContentEncoding, TellsACutBodyFromABrokenOne) {
   EXPECT_EQ(outcome("gzip", badCheck), broken);
   EXPECT_EQ(outcome("gzip", std::string(plain)), broken);
   EXPECT_EQ(outcome("gzip", gzipped + "trailing"), broken);
-}
-
-// Closed without a length: nothing but the coding itself can tell that the end is missing.
-TEST(ContentEncoding, NoticesACutThatOnlyTheCodingShows) {
-  const std::string lost = std::to_string(TransportError::connectionLost);
+  // Closed without a length: nothing but the coding itself can tell that the end is missing.
   EXPECT_EQ(outcome("gzip", "", 1, Frame::none), lost);
   EXPECT_EQ(outcome("gzip", gzipped.substr(0, 15), 15, Frame::none), lost);
   EXPECT_EQ(outcome("gzip", gzipped, 15, Frame::none), plain);
-}
-
-// A failed call counts by its status, whatever the server or something before it put into the body.
-TEST(ContentEncoding, ABodyThatNobodyReadsDecidesNothing) {
-  const auto sized = [](const char* status, std::size_t length, const char* more = "") {
-    return "HTTP/1.1 " + std::string(status) + "\r\nContent-Length: " + std::to_string(length) + "\r\n" +
-           more + "\r\n";
-  };
-  constexpr const char* packed = "Content-Encoding: gzip\r\n";
-  struct Case {
-    const char* name;
-    std::string bytes;
-    int outcome;
-    bool isCut = false;
-  };
-  const Case cases[] = {
-      {"good", sized("200 OK", gzipped.size(), packed) + gzipped, 200},
-      {"good status, broken body", sized("200 OK", 3, packed) + "abc", TransportError::cannotDecodeContent},
-      {"good status, cut body", sized("200 OK", 9) + "abc", TransportError::connectionLost, true},
-      {"broken coding", sized("500 Bad", 3, packed) + "abc", 500},
-      {"nothing packed", sized("201 Made", 0, packed), 201},
-      {"cut", sized("503 Bad", 9) + "abc", 503, true},
-      {"cut at once", sized("404 None", 9), 404, true},
-      {"very long", sized("502 Bad", std::size_t{80} << 20) + std::string(std::size_t{3} << 20, 'x'), 502},
-      {"interim answer alone", "HTTP/1.1 103 Early\r\n\r\n", TransportError::connectionLost, true},
-      {"cut head", "HTTP/1.1 500 Bad\r\nContent-Le", TransportError::connectionLost, true},
-      {"redirect", sized("307 There", 3, "Content-Encoding: gzip\r\nLocation: /good\r\n") + "abc", 200},
-  };
-  for (const Case& each : cases) {
-    ScriptedServer server([&](const Request& request, Connection& c) {
-      if (request.target == "/good") return c.answer("200 OK", "{}");
-      c.send(each.bytes);
-      if (each.isCut) c.close();
-    });
-    HttpClient client;
-    auto request = HttpClient::get(server.url("/"));
-    request.readsOnlySuccess = true;
-    const auto result = client.fetch(request);
-    const auto* answer = std::get_if<platform::HttpResponse>(&result);
-    EXPECT_EQ(answer ? answer->status : std::get<TransportError>(result).code, each.outcome) << each.name;
-    EXPECT_EQ(answer ? answer->body.empty() : true, each.outcome != 200) << each.name;
-  }
-}
-
-TEST(ContentEncoding, ABodyThatNobodyReadsLeavesItsConnectionUsable) {
-  ScriptedServer server([](const Request&, Connection& c) { c.answer("500 Bad", "an apology"); });
-  HttpClient client;
-  auto request = HttpClient::get(server.url("/"));
-  request.readsOnlySuccess = true;
-  for (int turn = 0; turn < 3; ++turn) EXPECT_EQ(client.answerOf(request).body, "");
-  EXPECT_EQ(server.requests().back().connection, 0);
 }
 
 TEST(ContentEncoding, HoldsTheBoundOnTheUnpackedBody) {

@@ -1,3 +1,5 @@
+#include <array>
+
 #include <gtest/gtest.h>
 
 #include "http/HttpClient.h"
@@ -13,39 +15,29 @@ using platform::TransportError;
 namespace {
 
 TEST(Redirect, ChangesTheMethodByStatus) {
-  struct Case {
-    const char* status;
-    const char* method;
-    const char* methodAfter;
-    const char* bodyAfter;
-  };
-  const Case cases[] = {
+  const std::array<const char*, 4> cases[] = {
       {"301 Moved", "POST", "GET", ""},
       {"303 See Other", "POST", "GET", ""},
       {"307 Temporary", "POST", "POST", "one,two"},
       {"308 Permanent", "POST", "POST", "one,two"},
       {"302 Found", "GET", "GET", ""},
-      {"308 Permanent", "GET", "GET", ""},
   };
-  for (const Case& each : cases) {
-    ScriptedServer server([&each](const Request& request, Connection& c) {
-      if (request.target == "/from/here") {
-        c.answer(each.status, "moved", {"Location: ../to/./there?q=1"});
-      } else {
-        c.answer("200 OK", "arrived");
-      }
+  for (const auto& [status, method, methodAfter, bodyAfter] : cases) {
+    ScriptedServer server([&status](const Request& request, Connection& c) {
+      if (request.target != "/from/here") return c.answer("200 OK", "arrived");
+      c.answer(status, "moved", {"Location: ../to/./there?q=1"});
     });
     HttpClient client;
     HttpRequest request = HttpClient::get(server.url("/from/here"));
-    request.method = each.method;
+    request.method = method;
     if (request.method == "POST") request.body.pieces = {"one,", "two"};
     request.headers = {{"Authorization", "sig x"}, {"Content-Type", "application/json"}};
-    EXPECT_EQ(client.answerOf(std::move(request)).body, "arrived") << each.status;
-    ASSERT_EQ(server.requests().size(), 2u) << each.status;
+    EXPECT_EQ(client.answerOf(std::move(request)).body, "arrived") << status;
+    ASSERT_EQ(server.requests().size(), 2u) << status;
     const Request second = server.requests()[1];
-    EXPECT_EQ(second.method, each.methodAfter) << each.status;
-    EXPECT_EQ(second.body, each.bodyAfter) << each.status;
-    EXPECT_EQ(second.header("Authorization"), "sig x") << each.status;
+    EXPECT_EQ(second.method, methodAfter) << status;
+    EXPECT_EQ(second.body, bodyAfter) << status;
+    EXPECT_EQ(second.header("Authorization"), "sig x") << status;
   }
 }
 
@@ -76,27 +68,22 @@ TEST(Redirect, ToAnotherOriginIsFollowedWithoutCredentialsOrNotAtAll) {
 
 // One port, three names for the machine: only the written origin counts, in whichever case.
 TEST(Redirect, ComparesSchemeHostAndPort) {
-  struct Case {
-    const char* scheme;
-    const char* host;
-    int status;
-  };
-  const Case cases[] = {{"http", "LocalHost", 200},
-                        {"http", "127.0.0.1", 302},
-                        {"https", "localhost", 302},
-                        {"ftp", "localhost", 302}};
-  for (const Case& each : cases) {
-    std::string port;
-    ScriptedServer server([&](const Request& request, Connection& c) {
-      if (request.target == "/there") return c.answer("200 OK");
-      c.answer("302 Found", "",
-               {"Location: " + std::string(each.scheme) + "://" + each.host + ":" + port + "/there"});
-    });
-    port = server.origin().substr(server.origin().rfind(':') + 1);
+  std::string target;
+  ScriptedServer server([&](const Request& request, Connection& c) {
+    if (request.target == "/there") return c.answer("200 OK");
+    c.answer("302 Found", "", {"Location: " + target + "/there"});
+  });
+  const std::string port = server.origin().substr(server.origin().rfind(':'));
+  const std::pair<std::string, int> cases[] = {{"http://LocalHost", 200},
+                                               {"http://127.0.0.1", 302},
+                                               {"https://localhost", 302},
+                                               {"ftp://localhost", 302}};
+  for (const auto& [origin, status] : cases) {
+    target = origin + port;
     HttpClient client;
-    HttpRequest request = HttpClient::get("http://localhost:" + port + "/");
+    HttpRequest request = HttpClient::get("http://localhost" + port + "/");
     request.staysOnOrigin = true;
-    EXPECT_EQ(client.answerOf(std::move(request)).status, each.status) << each.scheme << each.host;
+    EXPECT_EQ(client.answerOf(std::move(request)).status, status) << origin;
   }
 }
 

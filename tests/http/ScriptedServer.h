@@ -1,17 +1,15 @@
 #pragma once
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <regex>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
-
-#include <strings.h>
 
 #include "sorn-emulator/Listener.h"
 
@@ -53,17 +51,10 @@ struct Request {
   int connection = 0;  // counts connections from 0
 
   // The value of the first header of that name, without its surroundings; empty when there is none.
-  std::string header(std::string_view name) const {
-    for (std::size_t start = head.find("\r\n") + 2; start < head.size();
-         start = head.find("\r\n", start) + 2) {
-      const std::size_t colon = start + name.size();
-      if (head.find(':', start) != colon || strncasecmp(&head[start], name.data(), name.size()) != 0)
-        continue;
-      const std::size_t end = head.find("\r\n", start);
-      const std::size_t value = std::min(colon + 2, end);
-      return head.substr(value, end - value);
-    }
-    return {};
+  std::string header(const std::string& name) const {
+    std::smatch found;
+    const std::regex line("\r\n" + name + ": *([^\r]*)", std::regex::icase);
+    return std::regex_search(head, found, line) ? found[1].str() : "";
   }
 };
 

@@ -51,23 +51,21 @@ TEST_F(LoggerTest, SilentLinesAreNotEvenFormatted) {
   EXPECT_TRUE(systemLog_->lines.empty());
 }
 
-TEST_F(LoggerTest, TheSecondSwitchSendsLinesToStandardOutput) {
+TEST_F(LoggerTest, ForcedLinesNeedNoSwitchAndTheSecondSwitchSendsLinesToStandardOutput) {
+  logger_.log(SornError::emptyExtraKey(""), Forced::yes);
+  const auto line = std::source_location::current().line() - 1;
+  logger_.flush();
   setenv("SNSORN_FORCE_PRINT_STATEMENTS", "", 1);  // its presence counts, not its value
   testing::internal::CaptureStdout();
   logger_.logDescription("forced", Forced::yes);
-  const auto line = std::source_location::current().line() - 1;
   logger_.flush();
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), place(line) + "\u26D4\uFE0F forced\n");
-  EXPECT_TRUE(systemLog_->lines.empty());
-}
-
-TEST_F(LoggerTest, LevelsHaveTheirMarkAndType) {
-  logger_.log(SornError::emptyExtraKey(""), Forced::yes);  // needs no switch
-  const auto forcedLine = std::source_location::current().line() - 1;
-  logger_.flush();
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), place(line + 5) + "\u26D4\uFE0F forced\n");
   ASSERT_EQ(systemLog_->lines.size(), 1u);
   EXPECT_EQ(systemLog_->lines[0].first, SystemLogType::error);
-  EXPECT_EQ(systemLog_->lines[0].second, place(forcedLine) + "\u26D4\uFE0F [SORN] Key '' is empty");
+  EXPECT_EQ(systemLog_->lines[0].second, place(line) + "\u26D4\uFE0F [SORN] Key '' is empty");
+}
+
+TEST_F(LoggerTest, LevelsHaveTheirMarkAndTypeAndLinesTheirOrderToTheEnd) {
   setenv("SNSORN_FORCE_LOGGING", "", 1);
   const std::tuple<LogLevel, SystemLogType, std::string> cases[] = {
       {LogLevel::error, SystemLogType::error, "\u26D4\uFE0F"},
@@ -77,14 +75,16 @@ TEST_F(LoggerTest, LevelsHaveTheirMarkAndType) {
       {LogLevel::timer, SystemLogType::standard, "\U0010042B"},
       {LogLevel::appEvent, SystemLogType::standard, "\U0001F4F1"},
   };
-  std::size_t written = 1;
-  for (const auto& [level, type, mark] : cases) {
-    logger_.log(level, "text");
-    const auto line = std::source_location::current().line() - 1;
-    logger_.flush();
-    ASSERT_EQ(systemLog_->lines.size(), ++written);
-    EXPECT_EQ(systemLog_->lines.back().first, type);
-    EXPECT_EQ(systemLog_->lines.back().second, place(line) + mark + " text");
+  {
+    Logger ending(systemLog_);
+    for (int number = 0; number < 600; ++number)
+      ending.log(std::get<0>(cases[number % 6]), [&] { return std::to_string(number); });
+  }
+  ASSERT_EQ(systemLog_->lines.size(), 600u);
+  for (std::size_t number = 0; number < 600; ++number) {
+    const auto& [type, line] = systemLog_->lines[number];
+    EXPECT_EQ(type, std::get<1>(cases[number % 6]));
+    EXPECT_TRUE(line.ends_with("] " + std::get<2>(cases[number % 6]) + " " + std::to_string(number))) << line;
   }
 }
 
@@ -123,19 +123,6 @@ TEST_F(LoggerTest, ForcedLinesDoNotHangWithTheLog) {
   log->goOn.set_value();
   logger.flush();
   EXPECT_EQ(log->written, 1000);
-}
-
-TEST_F(LoggerTest, LinesKeepTheirOrderAndAreWrittenBeforeTheEnd) {
-  setenv("SNSORN_FORCE_LOGGING", "1", 1);
-  {
-    Logger logger(systemLog_);
-    for (int number = 0; number < 500; ++number)
-      logger.log(LogLevel::info, [&] { return std::to_string(number); });
-  }
-  ASSERT_EQ(systemLog_->lines.size(), 500u);
-  for (std::size_t number = 0; number < 500; ++number) {
-    EXPECT_TRUE(systemLog_->lines[number].second.ends_with(" " + std::to_string(number)));
-  }
 }
 
 }  // namespace
