@@ -71,7 +71,7 @@ void againstBareCalls(Figures& figures) {
     wrapper.layOut(offerSize);
     wrapper.setImageSize(0, picture->size());
     const draw::ImageState states[] = {picture};
-    draw::renderToPixels(wrapper.displayList(), 1, {states, {}, 0});
+    draw::renderToPixels(wrapper.presented(), 1, {states, {}, 0});
     ours.add(microsecondsSince(begin) / 1000);
   }
   figures.plain("a full-screen campaign, layout and painting", ours.median(), "ms");

@@ -74,7 +74,7 @@ class PlainMeasure : public layout::TextMeasure {
 
 double milliseconds(const SornView& root, layout::TextMeasure& measure) {
   const auto begin = Clock::now();
-  layout::LayoutTree tree(root, measure);
+  layout::LayoutTree tree(root, documents::RootType::dialog, measure);
   const auto item = tree.takeRoot();
   layout::placeCentered(*item, {0, 0, 390, 844});
   return microsecondsSince(begin) / 1000;

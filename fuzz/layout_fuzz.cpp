@@ -140,7 +140,7 @@ void checkBalance(const DisplayList& list) {
 }
 
 void draw(SornViewWrapper& wrapper) {
-  const DisplayList list = wrapper.displayList();
+  const DisplayList list = wrapper.presented();
   checkFrames(wrapper);
   checkBalance(list);
   const double offsets[] = {3};

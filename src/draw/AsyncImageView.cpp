@@ -38,7 +38,8 @@ void AsyncImageView::show(std::shared_ptr<const Picture> picture) {
   fetch_.reset();
   self_.reset();
   state_ = picture ? std::move(picture) : brokenPicture();
-  if (requestRedraw_) requestRedraw_(*this);
+  const auto requestRedraw = requestRedraw_;  // the view may end in it
+  requestRedraw(*this);
 }
 
 const Picture* AsyncImageView::picture() const {

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "draw/Canvas.h"
-#include "sorn/Export.h"
 #include "sorn/platform/MainQueue.h"
 #include "sorn/view/ImageSource.h"
 
@@ -14,7 +13,7 @@ namespace sorn::draw {
 
 // One view of a picture: a spinner while it is fetched, then the picture, or the placeholder when there is no
 // address, no answer, or nothing that can be decoded. Belongs to the main queue; decoding is done elsewhere.
-class SORN_EXPORT AsyncImageView {
+class AsyncImageView {
  public:
   // `requestRedraw` runs on the main queue each time another picture is there to be drawn.
   // The source outlives the view.

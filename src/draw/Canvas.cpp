@@ -172,9 +172,9 @@ void execute(const layout::DisplayList& list, cairo_t* context, double scale, co
   Painter(list, context, sensible(scale), frame).run();
 }
 
-Pixels renderToPixels(const layout::DisplayList& list, double scale, const Frame& frame) {
+Pixels renderToPixels(layout::Size size, double scale, const std::function<void(cairo_t*)>& paint) {
   scale = sensible(scale);
-  Pixels pixels{pixelsOf(list.size.width, scale), pixelsOf(list.size.height, scale), {}};
+  Pixels pixels{pixelsOf(size.width, scale), pixelsOf(size.height, scale), {}};
   pixels.height =
       static_cast<int>(std::min<long long>(pixels.height, mostPicturePixels / std::max(pixels.width, 1)));
   pixels.argb.resize(static_cast<std::size_t>(pixels.width) * pixels.height);
@@ -184,9 +184,13 @@ Pixels renderToPixels(const layout::DisplayList& list, double scale, const Frame
                                                             pixels.height, pixels.width * 4));
   const Drawing context(cairo_create(surface.get()));
   cairo_scale(context.get(), scale, scale);
-  execute(list, context.get(), scale, frame);
+  paint(context.get());
   cairo_surface_finish(surface.get());
   return pixels;
+}
+
+Pixels renderToPixels(const layout::DisplayList& list, double scale, const Frame& frame) {
+  return renderToPixels(list.size, scale, [&](cairo_t* context) { execute(list, context, scale, frame); });
 }
 
 }  // namespace sorn::draw

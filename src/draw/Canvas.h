@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -8,7 +9,6 @@
 #include "draw/Picture.h"
 #include "draw/Pixels.h"
 #include "layout/DisplayList.h"
-#include "sorn/Export.h"
 
 using cairo_t = struct _cairo;  // NOLINT(bugprone-reserved-identifier): Cairo's own name
 
@@ -31,10 +31,13 @@ struct Frame {
 // Draws the list into the context, whose unit is a point; edges go to whole pixels, of which a point has
 // `scale`. What lies outside the context's clip or the list's surface costs next to nothing, and lengths that
 // Cairo cannot count are cut to what it can. Leaves the context as it was.
-SORN_EXPORT void execute(const layout::DisplayList& list, cairo_t* context, double scale, const Frame& frame);
+void execute(const layout::DisplayList& list, cairo_t* context, double scale, const Frame& frame);
 
-// The list on a clear ground, in as many pixels as its surface has at that scale; `longestRenderedSide` and
-// `mostPicturePixels` bound them.
-SORN_EXPORT Pixels renderToPixels(const layout::DisplayList& list, double scale, const Frame& frame);
+// What is painted into a context of this size in points, on a clear ground, in as many pixels as it has at
+// that scale; `longestRenderedSide` and `mostPicturePixels` bound them.
+Pixels renderToPixels(layout::Size size, double scale, const std::function<void(cairo_t*)>& paint);
+
+// The list on such a ground.
+Pixels renderToPixels(const layout::DisplayList& list, double scale, const Frame& frame);
 
 }  // namespace sorn::draw

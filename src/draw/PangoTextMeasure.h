@@ -3,14 +3,13 @@
 #include <memory>
 
 #include "layout/Text.h"
-#include "sorn/Export.h"
 
 namespace sorn::draw {
 
 // Measures texts with Pango, by metrics that know no pixels: a layout is the same at every scale, but for the
 // rounding of the answers. Belongs, like the texts that it prepares, to the thread that made it; each thread
 // has fonts of its own.
-class SORN_EXPORT PangoTextMeasure : public layout::TextMeasure {
+class PangoTextMeasure : public layout::TextMeasure {
  public:
   struct Fonts;
 

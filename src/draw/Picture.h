@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "layout/Geometry.h"
-#include "sorn/Export.h"
 
 using cairo_surface_t = struct _cairo_surface;  // NOLINT(bugprone-reserved-identifier): Cairo's own name
 
@@ -20,7 +19,7 @@ inline constexpr long long mostKeptPixels = 16'000'000;
 inline constexpr int longestPictureSide = 32'767;
 
 // A decoded picture: premultiplied pixels that never change. Any thread may hold it and draw it.
-class SORN_EXPORT Picture {
+class Picture {
  public:
   // Takes over an image surface, on which nobody draws any more.
   explicit Picture(cairo_surface_t* surface, double pixelsPerPoint = 1);
@@ -50,9 +49,9 @@ class SORN_EXPORT Picture {
 // animation comes the first frame; an embedded orientation is applied. Null for anything else: what is empty,
 // cut off, damaged or too large. Vector formats and gdk-pixbuf's rarer decoders are never run on what a
 // network sent. Runs on any thread.
-SORN_EXPORT std::shared_ptr<const Picture> decodePicture(std::string_view bytes);
+std::shared_ptr<const Picture> decodePicture(std::string_view bytes);
 
 // The picture "image-broken", which stands for one that cannot be shown; 64 by 64 points.
-SORN_EXPORT std::shared_ptr<const Picture> brokenPicture();
+std::shared_ptr<const Picture> brokenPicture();
 
 }  // namespace sorn::draw

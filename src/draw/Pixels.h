@@ -4,8 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "sorn/Export.h"
-
 namespace sorn::draw {
 
 // A rendered surface has at most so many pixels a side; what lies beyond is not rendered.
@@ -27,6 +25,6 @@ struct Pixels {
 };
 
 // False when the file could not be written, or there are no pixels.
-SORN_EXPORT bool writePng(const Pixels& pixels, const std::string& path);
+bool writePng(const Pixels& pixels, const std::string& path);
 
 }  // namespace sorn::draw

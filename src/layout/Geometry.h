@@ -1,53 +1,16 @@
 #pragma once
 
-#include <algorithm>
 #include <cmath>
 #include <optional>
 
+#include "sorn/view/Geometry.h"
+
 namespace sorn::layout {
 
-// Points, sizes and rectangles of the layout. Lengths are in points; y grows downwards.
-
-struct Point {
-  double x = 0;
-  double y = 0;
-
-  bool operator==(const Point&) const = default;
-};
-
-struct Size {
-  double width = 0;
-  double height = 0;
-
-  bool operator==(const Size&) const = default;
-};
-
-struct Rect {
-  double x = 0;
-  double y = 0;
-  double width = 0;
-  double height = 0;
-
-  double maxX() const { return x + width; }
-  double maxY() const { return y + height; }
-  Point origin() const { return {x, y}; }
-  Size size() const { return {width, height}; }
-  bool contains(Point point) const {
-    return point.x >= x && point.x < maxX() && point.y >= y && point.y < maxY();
-  }
-  Rect movedBy(double dx, double dy) const { return {x + dx, y + dy, width, height}; }
-
-  bool operator==(const Rect&) const = default;
-};
-
-struct Insets {
-  double leading = 0;
-  double top = 0;
-  double trailing = 0;
-  double bottom = 0;
-
-  bool operator==(const Insets&) const = default;
-};
+using view::Insets;
+using view::Point;
+using view::Rect;
+using view::Size;
 
 // Where content lies in a frame that is larger or smaller: 0 at the leading and top edge, 1 at the trailing
 // and bottom edge. Content that is larger spills over by the same share.

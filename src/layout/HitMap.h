@@ -1,27 +1,19 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <span>
 #include <vector>
 
 #include "layout/Geometry.h"
-
-namespace sorn::documents {
-struct SornView;
-}
+#include "sorn/view/Target.h"
 
 namespace sorn::layout {
 
-// What a tap at a place means. `node` is a button of the document that was laid out, which outlives the map.
+// One place that answers to a tap. `node` is a button of the document that was laid out, which outlives the
+// map.
 struct HitTarget {
-  enum class Kind : std::uint8_t {
-    outside,  // around the campaign
-    content,  // the campaign itself, which keeps the tap from what is behind it
-    button,
-    closeButton
-  };
+  using Kind = view::Target::Kind;
 
   Kind kind = Kind::outside;
   Rect rect;
@@ -47,9 +39,15 @@ class HitMap {
   // The frontmost target there, absent when there is none. `offsets` tells how far each scroll area has
   // scrolled, in points; missing ones are at their top.
   const HitTarget* at(Point point, std::span<const double> offsets = {}) const;
+  // The innermost area that is seen there.
+  std::optional<std::size_t> areaAt(Point point, std::span<const double> offsets) const;
+  // Where the target is seen, were nothing cut off.
+  Rect frameOf(const HitTarget& target, std::span<const double> offsets) const;
 
  private:
-  bool isHit(const HitTarget& target, Point point, std::span<const double> offsets) const;
+  // The point in terms of what scrolls in the area; absent when it is not in its viewport.
+  std::optional<Point> within(std::optional<std::size_t> area, Point point,
+                              std::span<const double> offsets) const;
 
   std::vector<HitTarget> targets_;
   std::vector<Area> areas_;

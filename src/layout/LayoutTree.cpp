@@ -19,13 +19,13 @@ std::size_t nodesIn(const documents::SornView& node) {
 
 }  // namespace
 
-LayoutTree::LayoutTree(const documents::SornView& root, TextMeasure& measure,
+LayoutTree::LayoutTree(const documents::SornView& root, documents::RootType type, TextMeasure& measure,
                        std::optional<std::string> customFontFamily)
     : budget_(std::make_unique<LayoutBudget>()) {
   const std::size_t count = nodesIn(root);
   budget_->probes = leastProbes + count * probesPerNode;
   nodes_.reserve(count);
-  root_ = TreeBuilder(*this, measure, std::move(customFontFamily)).build(root, std::nullopt, 0);
+  root_ = TreeBuilder(*this, type, measure, std::move(customFontFamily)).build(root, std::nullopt, 0);
   if (!root_)
     root_ = std::make_unique<Stack>(Stack::Options{}, std::vector<std::unique_ptr<LayoutItem>>(), *budget_);
 }
@@ -34,6 +34,11 @@ bool LayoutTree::setImageSize(std::size_t slot, Size size) {
   for (const NodeBox& box : nodes_)
     if (box.pictureSlot == slot) return box.picture->setIdealSize(size);
   return false;
+}
+
+std::string pathOf(const std::vector<NodeBox>& nodes, const NodeBox& node) {
+  if (!node.parent) return "content";
+  return pathOf(nodes, nodes[*node.parent]) + ".children[" + std::to_string(node.child) + "]";
 }
 
 void placeCentered(LayoutItem& root, const Rect& bounds) {

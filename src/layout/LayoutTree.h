@@ -37,8 +37,9 @@ struct NodeBox {
 // A "padding" of fewer than four numbers is a fault that ends the process.
 class LayoutTree {
  public:
+  // `type`: that of the campaign's header, whatever the root says of itself.
   // `customFontFamily`: the family that the host chose for all texts; absent: the system's.
-  LayoutTree(const documents::SornView& root, TextMeasure& measure,
+  LayoutTree(const documents::SornView& root, documents::RootType type, TextMeasure& measure,
              std::optional<std::string> customFontFamily = std::nullopt);
 
   // The box around everything, for a frame to be put around it; to be taken once. Never null: a root that
@@ -61,6 +62,9 @@ class LayoutTree {
   std::vector<ImageSlot> images_;
   std::unique_ptr<LayoutBudget> budget_;
 };
+
+// Where the document has the node: "content.children[0]", or "content" for the root.
+std::string pathOf(const std::vector<NodeBox>& nodes, const NodeBox& node);
 
 // Lays the content out alone: offers it the size and centres its answer there.
 void placeCentered(LayoutItem& root, const Rect& bounds);

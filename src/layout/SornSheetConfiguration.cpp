@@ -23,10 +23,10 @@ SornSheetConfiguration SornSheetConfiguration::of(const documents::SornInAppCamp
   return sheet;
 }
 
-RoundedCorners SornSheetConfiguration::freeCorners() const {
+RoundedCorners SornSheetConfiguration::freeCorners(double share) const {
   RoundedCorners corners;
-  (mode == Mode::top ? corners.bl : corners.tl) = cornerRadius;
-  (mode == Mode::top ? corners.br : corners.tr) = cornerRadius;
+  (mode == Mode::top ? corners.bl : corners.tl) = cornerRadius * share;
+  (mode == Mode::top ? corners.br : corners.tr) = cornerRadius * share;
   return corners;
 }
 

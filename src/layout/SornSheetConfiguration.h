@@ -26,8 +26,8 @@ struct SornSheetConfiguration {
   // For a campaign of type `top` or `bottom`.
   static SornSheetConfiguration of(const documents::SornInAppCampaign& campaign);
 
-  // The corners that are not at the sheet's edge of the screen.
-  RoundedCorners freeCorners() const;
+  // The corners that are not at the sheet's edge of the screen, with a share of their radius.
+  RoundedCorners freeCorners(double share = 1) const;
 };
 
 // Where the sheet lies in its container. `fit` is the height that its content needs at the container's width;

@@ -25,30 +25,22 @@ constexpr double closeButtonShadowRadius = 2;
 constexpr Color pullBarColor{120 / 255.0, 120 / 255.0, 128 / 255.0, 0.20};
 constexpr Color hostColor = white;
 
-documents::SornView withType(documents::SornView content, RootType type) {
-  content.rootType = type;
-  return content;
-}
-
 }  // namespace
 
 SornViewWrapper::SornViewWrapper(const documents::SornInAppCampaign& campaign, TextMeasure& measure,
                                  std::optional<std::string> customFontFamily)
-    : metadata_(campaign.content_metadata),
-      content_(withType(campaign.content, metadata_.type)),
+    : campaign_(campaign),
       sheet_(SornSheetConfiguration::of(campaign)),
-      tree_(content_, measure, std::move(customFontFamily)),
+      tree_(campaign.content, type(), measure, std::move(customFontFamily)),
       root_(makeRoot()) {}
 
-bool SornViewWrapper::isSheet() const {
-  return metadata_.type == RootType::top || metadata_.type == RootType::bottom;
-}
+bool SornViewWrapper::isSheet() const { return type() == RootType::top || type() == RootType::bottom; }
 
 std::unique_ptr<LayoutItem> SornViewWrapper::makeRoot() {
   auto content = tree_.takeRoot();
-  if (metadata_.type == RootType::fullscreen)
+  if (type() == RootType::fullscreen)
     return withCloseButton(std::move(content), {0, 0, defaultPadding, 0}, {});
-  if (metadata_.type == RootType::dialog) {
+  if (type() == RootType::dialog) {
     // Half of the button lies outside the corner.
     content = withCloseButton(std::make_unique<IdealHeight>(std::move(content)), {},
                               {closeButtonSize / 2, -closeButtonSize / 2});
@@ -57,7 +49,7 @@ std::unique_ptr<LayoutItem> SornViewWrapper::makeRoot() {
     layers.push_back(std::make_unique<Padding>(std::move(content), Insets{dialogMargin, 0, dialogMargin, 0}));
     return std::make_unique<LayerStack>(std::move(layers));
   }
-  const bool isTop = metadata_.type == RootType::top;
+  const bool isTop = type() == RootType::top;
   const Insets room{0, isTop ? defaultPadding : pullBarPadding, 0, isTop ? pullBarPadding : defaultPadding};
   auto padded = std::make_unique<Padding>(std::move(content), room);
   padded_ = padded.get();
@@ -66,7 +58,7 @@ std::unique_ptr<LayoutItem> SornViewWrapper::makeRoot() {
 
 std::unique_ptr<LayoutItem> SornViewWrapper::withCloseButton(std::unique_ptr<LayoutItem> content,
                                                              Insets margin, Point offset) {
-  if (!metadata_.show_close_button) return content;
+  if (!campaign_.content_metadata.show_close_button) return content;
   auto button = std::make_unique<FixedFrame>(std::make_unique<ShapeLeaf>(), closeButtonSize, closeButtonSize,
                                              Placement::center);
   closeButton_ = button.get();
@@ -96,15 +88,14 @@ void SornViewWrapper::place() {
 // What the host keeps free at its edges: what the device covers there, and the room of a pull bar.
 Insets SornViewWrapper::hostInsets() const {
   Insets insets = safeArea_;
-  if (metadata_.type == RootType::top) insets.bottom = 0;
-  if (metadata_.type == RootType::bottom) insets.top = pullBarInset(sheet_);
+  if (type() == RootType::top) insets.bottom = 0;
+  if (type() == RootType::bottom) insets.top = pullBarInset(sheet_);
   return insets;
 }
 
 Rect SornViewWrapper::safeRect() const {
   const Insets insets = hostInsets();
-  return {host_.x + insets.leading, host_.y + insets.top,
-          std::max(host_.width - insets.leading - insets.trailing, 0.0),
+  return {insets.leading, insets.top, std::max(host_.width - insets.leading - insets.trailing, 0.0),
           std::max(host_.height - insets.top - insets.bottom, 0.0)};
 }
 
@@ -114,36 +105,42 @@ bool SornViewWrapper::setImageSize(std::size_t slot, Size size) {
   return isChanged;
 }
 
-DisplayList SornViewWrapper::displayList() const {
+DisplayList SornViewWrapper::backdrop(double opacity) const {
   DisplayList list;
   list.size = surface_;
-  list.images = tree_.images();
+  if (type() == RootType::fullscreen) return list;
   const Rect surface{0, 0, surface_.width, surface_.height};
-  const bool hasBackdrop = metadata_.type != RootType::fullscreen;
-  if (hasBackdrop) {
-    list.commands.emplace_back(FillShape{{surface, {}}, colorFromHex(metadata_.background_color)});
-    list.hits.add({HitTarget::Kind::outside, surface, nullptr, {}});
-  }
-  Painter painter(list, tree_, {host_, safeRect()});
-  paintHost(list, painter);
+  Color color = sheet_.backgroundColor;
+  color.alpha *= opacity;
+  list.commands.emplace_back(FillShape{{surface, {}}, color});
+  list.hits.add({HitTarget::Kind::outside, surface, nullptr, {}});
+  return list;
+}
+
+DisplayList SornViewWrapper::presented(double corners) const {
+  DisplayList list;
+  list.size = host_.size();
+  list.images = tree_.images();
+  Painter painter(list, tree_, {bounds(), safeRect()});
+  paintHost(list, painter, corners);
   if (closeButton_) paintCloseButton(list);
   return list;
 }
 
-void SornViewWrapper::paintHost(DisplayList& list, Painter& painter) const {
-  if (metadata_.type == RootType::dialog) {
+void SornViewWrapper::paintHost(DisplayList& list, Painter& painter, double corners) const {
+  if (type() == RootType::dialog) {
     if (!tree_.nodes().empty())
       list.hits.add({HitTarget::Kind::content, tree_.nodes()[0].box->frame(), nullptr, {}});
     return painter.paint();
   }
-  list.hits.add({HitTarget::Kind::content, host_, nullptr, {}});
-  if (isSheet()) list.commands.emplace_back(BeginClip{{host_, sheet_.freeCorners()}});
-  list.commands.emplace_back(FillShape{{host_, {}}, hostColor});
+  list.hits.add({HitTarget::Kind::content, bounds(), nullptr, {}});
+  if (isSheet()) list.commands.emplace_back(BeginClip{{bounds(), sheet_.freeCorners(corners)}});
+  list.commands.emplace_back(FillShape{{bounds(), {}}, hostColor});
   if (isSheet() && !tree_.nodes().empty()) painter.paintBackground(tree_.nodes()[0], padded_->frame());
   painter.paint();
   if (!isSheet()) return;
   if (sheet_.showPullBar) {
-    const Rect bar = pullBarFrame(sheet_.mode, host_);
+    const Rect bar = pullBarFrame(sheet_.mode, bounds());
     list.commands.emplace_back(FillShape{{bar, RoundedCorners::all(bar.height / 2)}, pullBarColor});
   }
   list.commands.emplace_back(EndClip{});

@@ -22,7 +22,7 @@ namespace sorn::layout {
 // Belongs to one thread, and to the text measure's.
 class SornViewWrapper {
  public:
-  // Takes a copy of what it needs of the campaign, so that the document may go.
+  // The campaign outlives the wrapper.
   // `customFontFamily`: the family that the host chose for all texts; absent: the system's.
   SornViewWrapper(const documents::SornInAppCampaign& campaign, TextMeasure& measure,
                   std::optional<std::string> customFontFamily = std::nullopt);
@@ -37,26 +37,33 @@ class SornViewWrapper {
   const std::vector<ImageSlot>& images() const { return tree_.images(); }
   bool setImageSize(std::size_t slot, Size size);
 
-  // What was last laid out. The hit targets point into this object.
-  DisplayList displayList() const;
+  // What was last laid out, in two lists, since a transition moves one of them. The backdrop is in
+  // coordinates of the surface, with a share of its opacity; empty for a full-screen campaign. The presented
+  // view, with the chrome that moves along, is in its own, from its top left, like the frames of the nodes;
+  // `corners` is the share of the radius that a sheet on its way has. The hit targets point into the
+  // campaign.
+  DisplayList backdrop(double opacity = 1) const;
+  DisplayList presented(double corners = 1) const;
 
   const std::vector<NodeBox>& nodes() const { return tree_.nodes(); }
-  // The rectangle that the content's host fills: the surface, or the sheet.
-  const Rect& hostFrame() const { return host_; }
+  // Where the presented view lies on the surface: all over it, or the sheet's place.
+  const Rect& presentedFrame() const { return host_; }
+  bool isSheet() const;
+  const SornSheetConfiguration& sheet() const { return sheet_; }
 
  private:
-  bool isSheet() const;
+  documents::RootType type() const { return campaign_.content_metadata.type; }
   std::unique_ptr<LayoutItem> makeRoot();
   std::unique_ptr<LayoutItem> withCloseButton(std::unique_ptr<LayoutItem> content, Insets margin,
                                               Point offset);
   void place();
   Insets hostInsets() const;
+  Rect bounds() const { return {0, 0, host_.width, host_.height}; }
   Rect safeRect() const;
-  void paintHost(DisplayList& list, Painter& painter) const;
+  void paintHost(DisplayList& list, Painter& painter, double corners) const;
   void paintCloseButton(DisplayList& list) const;
 
-  documents::SornInAppCampaign::MetaData metadata_;
-  documents::SornView content_;
+  const documents::SornInAppCampaign& campaign_;
   SornSheetConfiguration sheet_;
   LayoutTree tree_;
   LayoutItem* closeButton_ = nullptr;

@@ -14,8 +14,8 @@ namespace {
 // Between several views in the label of a button, in points.
 constexpr double labelSpacing = 8;
 
-bool scrolls(const SornView& node) {
-  return node.isSafe.value_or(false) && node.rootType == documents::RootType::fullscreen;
+bool scrolls(const SornView& node, std::optional<documents::RootType> type) {
+  return node.isSafe.value_or(false) && type == documents::RootType::fullscreen;
 }
 
 }  // namespace
@@ -45,7 +45,7 @@ TreeBuilder::Item TreeBuilder::build(const SornView& node, std::optional<std::si
   box.end = tree_.nodes_.size();
   box.box = item.get();
   if (const auto insets = paddingOf(node)) item = std::make_unique<Padding>(std::move(item), *insets);
-  if (scrolls(node)) {
+  if (scrolls(node, parent ? node.rootType : type_)) {
     box.scrolled = item.get();
     item = std::make_unique<VerticalScroll>(std::move(item));
     box.viewport = item.get();

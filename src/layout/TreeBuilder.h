@@ -13,8 +13,9 @@ namespace sorn::layout {
 // fixed frame, padding, scrolling. A modifier that would change nothing is left out.
 class TreeBuilder {
  public:
-  TreeBuilder(LayoutTree& tree, TextMeasure& measure, std::optional<std::string> customFontFamily)
-      : tree_(tree), measure_(measure), customFontFamily_(std::move(customFontFamily)) {}
+  TreeBuilder(LayoutTree& tree, documents::RootType type, TextMeasure& measure,
+              std::optional<std::string> customFontFamily)
+      : tree_(tree), type_(type), measure_(measure), customFontFamily_(std::move(customFontFamily)) {}
 
   // Null for a node that takes no place.
   std::unique_ptr<LayoutItem> build(const documents::SornView& node, std::optional<std::size_t> parent,
@@ -32,6 +33,7 @@ class TreeBuilder {
   std::size_t addSlot(const documents::ImageData& data);
 
   LayoutTree& tree_;
+  documents::RootType type_;
   TextMeasure& measure_;
   std::optional<std::string> customFontFamily_;
 };

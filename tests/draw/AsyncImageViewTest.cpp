@@ -1,43 +1,15 @@
-#include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "draw/AsyncImageView.h"
+#include "draw/HeldPictures.h"
 #include "draw/TestPictures.h"
 
 namespace sorn::draw {
 namespace {
-
-// Keeps what is asked for until the test answers it.
-class HeldSource : public view::ImageSource {
- public:
-  std::unique_ptr<Fetch> fetch(const std::string& url, Completion completion) override {
-    struct Held : Fetch {
-      explicit Held(int& count) : ends(count) {}
-      ~Held() override { ++ends; }
-      int& ends;
-    };
-    open[url] = std::move(completion);
-    return std::make_unique<Held>(ended);
-  }
-
-  std::map<std::string, Completion> open;
-  int ended = 0;
-};
-
-struct HeldQueue : platform::MainQueue {
-  void post(std::function<void()> work) override { works.push_back(std::move(work)); }
-  void postAfter(std::chrono::duration<double>, std::function<void()>) override {}
-  void run() {
-    for (const auto& work : std::exchange(works, {})) work();
-  }
-  std::vector<std::function<void()>> works;
-};
 
 class ImageView : public ::testing::Test {
  protected:

@@ -107,7 +107,7 @@ class Laid {
  private:
   SornView root_;
   tool::FixedMetric metric_{10, 20};
-  LayoutTree tree_{root_, metric_};
+  LayoutTree tree_{root_, root_.rootType.value_or(documents::RootType::dialog), metric_};
   std::unique_ptr<LayoutItem> item_ = tree_.takeRoot();
 };
 

@@ -50,11 +50,6 @@ Taken readOption(std::string_view option, std::string_view value, Question& ques
   return Taken::withValue;
 }
 
-std::string pathOf(const std::vector<NodeBox>& nodes, const NodeBox& node) {
-  if (!node.parent) return "content";
-  return pathOf(nodes, nodes[*node.parent]) + ".children[" + std::to_string(node.child) + "]";
-}
-
 std::string framesOf(const layout::LayoutTree& tree) {
   std::string out;
   support::Writer writer(out);
@@ -63,7 +58,7 @@ std::string framesOf(const layout::LayoutTree& tree) {
     const layout::Rect& frame = node.box->frame();
     writer.beginObject();
     writer.key("path");
-    writer.text(pathOf(tree.nodes(), node));
+    writer.text(layout::pathOf(tree.nodes(), node));
     const std::pair<const char*, double> sides[] = {
         {"x", frame.x}, {"y", frame.y}, {"width", frame.width}, {"height", frame.height}};
     for (const auto& [name, length] : sides) {
@@ -83,12 +78,11 @@ int runLayout(Arguments arguments) {
   const auto handler = [&](auto option, auto value) { return readOption(option, value, question); };
   if (const auto reason = readOptions(arguments, question.file, handler)) return refuse(*reason);
   if (!question.size) return refuse("--size WxH is wanted");
-  auto campaign = readCampaign(question.file, question.id);
+  const auto campaign = readCampaign(question.file, question.id);
   if (!campaign) return failed;
   if (!question.measure) question.measure = std::make_unique<draw::PangoTextMeasure>();
 
-  campaign->content.rootType = campaign->content_metadata.type;
-  layout::LayoutTree tree(campaign->content, *question.measure);
+  layout::LayoutTree tree(campaign->content, campaign->content_metadata.type, *question.measure);
   if (question.imageSize)
     for (std::size_t slot = 0; slot < tree.images().size(); ++slot)
       tree.setImageSize(slot, *question.imageSize);

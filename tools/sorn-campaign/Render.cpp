@@ -57,9 +57,9 @@ Taken readOption(std::string_view option, std::string_view value, Question& ques
 }
 
 int renderOnce(const Question& question, Renderer& renderer) {
-  const auto campaign = readCampaign(question.file, question.id);
+  auto campaign = readCampaign(question.file, question.id);
   if (!campaign) return failed;
-  if (draw::writePng(renderer.render(*campaign), question.out)) return done;
+  if (draw::writePng(renderer.render(*std::move(campaign)), question.out)) return done;
   std::fprintf(stderr, "sorn-campaign: %s: the picture can't be written\n", question.out.c_str());
   return failed;
 }

@@ -5,18 +5,16 @@
 #include <future>
 #include <memory>
 #include <utility>
-#include <vector>
+
+#include <cairo.h>
 
 #include "campaigns/ImageLoader.h"
-#include "draw/AsyncImageView.h"
 #include "draw/Canvas.h"
-#include "draw/PangoTextMeasure.h"
-#include "draw/Picture.h"
 #include "host/MainQueueThread.h"
 #include "host/SystemClock.h"
 #include "http/CurlTransport.h"
-#include "layout/SornViewWrapper.h"
 #include "sorn-campaign/FileImages.h"
+#include "sorn/view/CampaignScene.h"
 #include "support/Tasks.h"
 
 namespace sorn::tool {
@@ -41,62 +39,61 @@ struct Renderer::Services {
   }
 };
 
-// One campaign on its surface. Lives on the main queue.
-class Renderer::Scene {
- public:
-  Scene(const documents::SornInAppCampaign& campaign, const Options& options, Services& services,
-        std::promise<void>& complete)
-      : options_(options),
-        complete_(complete),
-        measure_(options.scale),
-        wrapper_(campaign, measure_, options.family),
-        states_(wrapper_.images().size()) {
-    wrapper_.layOut(options.size);
-    waiting_ = states_.size();
-    for (std::size_t slot = 0; slot < states_.size(); ++slot)
-      views_.push_back(std::make_unique<draw::AsyncImageView>(
-          services.images, services.mainQueue, wrapper_.images()[slot].url,
-          [this, slot](const draw::AsyncImageView& view) { show(slot, view); }));
-    if (views_.empty()) complete_.set_value();
-    for (const auto& view : views_) view->load();
-  }
+namespace {
 
-  draw::Pixels draw() const {
-    layout::DisplayList list = wrapper_.displayList();
-    list.commands.insert(list.commands.begin(),
-                         layout::FillShape{{{0, 0, list.size.width, list.size.height}, {}}, layout::white});
-    return draw::renderToPixels(list, options_.scale, {states_, {}, 0});
+// Told when a scene shows all its pictures.
+class Completion final : public view::SceneObserver {
+ public:
+  void watch(const view::CampaignScene& scene) {
+    scene_ = &scene;
+    check();
   }
+  std::future<void> whenComplete() { return complete_.get_future(); }
+
+  void redraw() override { check(); }
+  void moved() override { check(); }
 
  private:
-  void show(std::size_t slot, const draw::AsyncImageView& view) {
-    states_[slot] = view.state();
-    wrapper_.setImageSize(slot, view.picture()->size());
-    if (--waiting_ == 0) complete_.set_value();
+  void check() {
+    if (!scene_->isLoading() && !std::exchange(isComplete_, true)) complete_.set_value();
   }
 
-  const Options& options_;
-  std::promise<void>& complete_;
-  draw::PangoTextMeasure measure_;
-  layout::SornViewWrapper wrapper_;
-  std::vector<draw::ImageState> states_;
-  std::size_t waiting_ = 0;
-  std::vector<std::unique_ptr<draw::AsyncImageView>> views_;
+  const view::CampaignScene* scene_ = nullptr;
+  bool isComplete_ = false;
+  std::promise<void> complete_;
 };
+
+draw::Pixels drawn(const view::CampaignScene& scene) {
+  const view::Surroundings& surroundings = scene.surroundings();
+  return draw::renderToPixels(surroundings.container, surroundings.scale, [&](cairo_t* context) {
+    cairo_set_source_rgb(context, 1, 1, 1);
+    cairo_paint(context);
+    scene.paint(context);
+  });
+}
+
+}  // namespace
 
 Renderer::Renderer(Options options) : options_(std::move(options)), services_(std::make_unique<Services>()) {}
 
 Renderer::~Renderer() = default;
 
-draw::Pixels Renderer::render(const documents::SornInAppCampaign& campaign) {
-  std::promise<void> complete;
-  std::unique_ptr<Scene> scene;
-  services_->onMainQueue([&] { scene = std::make_unique<Scene>(campaign, options_, *services_, complete); });
-  if (complete.get_future().wait_for(options_.patience) != std::future_status::ready)
+draw::Pixels Renderer::render(documents::SornInAppCampaign campaign) {
+  const auto shared = std::make_shared<const view::Campaign>(std::move(campaign));
+  const view::Surroundings surroundings{
+      options_.size, {}, options_.scale, view::Appearance::light, options_.family};
+  Completion completion;
+  std::unique_ptr<view::CampaignScene> scene;
+  services_->onMainQueue([&] {
+    scene = std::make_unique<view::CampaignScene>(shared, surroundings, services_->images,
+                                                  services_->mainQueue, completion);
+    completion.watch(*scene);
+  });
+  if (completion.whenComplete().wait_for(options_.patience) != std::future_status::ready)
     std::fputs("sorn-campaign: not all pictures have come\n", stderr);
   draw::Pixels pixels;
   services_->onMainQueue([&] {
-    pixels = scene->draw();
+    pixels = drawn(*scene);
     scene.reset();
   });
   return pixels;

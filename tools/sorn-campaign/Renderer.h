@@ -30,11 +30,10 @@ class Renderer {
   Renderer& operator=(const Renderer&) = delete;
 
   // Waits until every picture has come or failed.
-  draw::Pixels render(const documents::SornInAppCampaign& campaign);
+  draw::Pixels render(documents::SornInAppCampaign campaign);
 
  private:
   struct Services;
-  class Scene;
 
   Options options_;
   std::unique_ptr<Services> services_;
