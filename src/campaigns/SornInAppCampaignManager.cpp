@@ -141,29 +141,37 @@ void SornInAppCampaignManager::evaluate(const Occasion& occasion) {
 }
 
 bool SornInAppCampaignManager::tryCandidate(const SornInAppCampaign& campaign) {
-  store::ManagedObjectContext& context = database_.context();
-  const double now = secondsSince1970(context.now());
-  const std::optional<Value> last = defaults_.object(lastPresentationDate);
-  const Date* lastOfAny = last ? last->as<Date>() : nullptr;
-  if (!delayHolds(campaign, lastOfAny ? std::optional(secondsSince1970(*lastOfAny)) : std::nullopt, now)) {
-    return false;
-  }
-  // The record is there from now on, also when the campaign falls out after all.
-  const auto counters =
-      context.findOrCreate<SNInAppCampaigns>(store::assign(SNInAppCampaigns::id, campaign.id));
-  const std::optional<Date> lastPresentation = counters->get(SNInAppCampaigns::lastPresentation);
-  const std::int64_t count = counters->get(SNInAppCampaigns::presentationCount);
-  if (!frequencyHolds(campaign,
-                      lastPresentation ? std::optional(secondsSince1970(*lastPresentation)) : std::nullopt,
-                      count, now)) {
-    return false;
-  }
-  if (!pushPromptHolds(campaign, authorization_.authorizationStatus())) {
+  struct OfTheStore final : Circumstances {
+    explicit OfTheStore(SornInAppCampaignManager& owner) : manager(owner) {}
+    double now() override { return secondsSince1970(manager.database_.context().now()); }
+    std::optional<double> lastOfAny() override {
+      const std::optional<Value> last = manager.defaults_.object(lastPresentationDate);
+      const Date* date = last ? last->as<Date>() : nullptr;
+      return date ? std::optional(secondsSince1970(*date)) : std::nullopt;
+    }
+    // The record is there from now on, also when the campaign falls out after all.
+    Counters countersOf(const SornInAppCampaign& asked) override {
+      record = manager.database_.context().findOrCreate<SNInAppCampaigns>(
+          store::assign(SNInAppCampaigns::id, asked.id));
+      const std::optional<Date> last = record->get(SNInAppCampaigns::lastPresentation);
+      return {last ? std::optional(secondsSince1970(*last)) : std::nullopt,
+              record->get(SNInAppCampaigns::presentationCount)};
+    }
+    std::optional<std::int64_t> authorizationStatus() override {
+      return manager.authorization_.authorizationStatus();
+    }
+
+    SornInAppCampaignManager& manager;
+    std::shared_ptr<SNInAppCampaigns> record;
+  };
+  OfTheStore circumstances(*this);
+  const Outcome outcome = outcomeOfTurn(campaign, circumstances);
+  if (outcome == Outcome::push_prompt) {
     logger_.log(LogLevel::info,
                 "The campaign is marked for push prompt but the user is already opted-in. Bailing out...");
-    return false;
   }
-  present(campaign, *counters);
+  if (outcome != Outcome::chosen) return false;
+  present(campaign, *circumstances.record);
   return true;
 }
 

@@ -128,4 +128,13 @@ bool pushPromptHolds(const SornInAppCampaign& campaign, std::optional<std::int64
   return !isPrompt || authorizationStatus != authorized;
 }
 
+Outcome outcomeOfTurn(const SornInAppCampaign& candidate, Circumstances& circumstances) {
+  const double now = circumstances.now();
+  if (!delayHolds(candidate, circumstances.lastOfAny(), now)) return Outcome::delay;
+  const Counters counters = circumstances.countersOf(candidate);
+  if (!frequencyHolds(candidate, counters.last, counters.count, now)) return Outcome::frequency;
+  if (!pushPromptHolds(candidate, circumstances.authorizationStatus())) return Outcome::push_prompt;
+  return Outcome::chosen;
+}
+
 }  // namespace sorn::campaigns

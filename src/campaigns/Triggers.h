@@ -62,6 +62,26 @@ bool frequencyHolds(const SornInAppCampaign& campaign, std::optional<double> las
 // not known.
 bool pushPromptHolds(const SornInAppCampaign& campaign, std::optional<std::int64_t> authorizationStatus);
 
+// How often a campaign was presented, and when last.
+struct Counters {
+  std::optional<double> last;
+  std::int64_t count = 0;
+};
+
+// What the checks need to know of the moment, each asked for only when a check comes to it.
+class Circumstances {
+ public:
+  virtual ~Circumstances() = default;
+  virtual double now() = 0;
+  virtual std::optional<double> lastOfAny() = 0;
+  virtual Counters countersOf(const SornInAppCampaign& campaign) = 0;
+  virtual std::optional<std::int64_t> authorizationStatus() = 0;
+};
+
+// How a candidate fares when its turn has come: the first of the three that it fails, in this order, or that
+// it is chosen.
+Outcome outcomeOfTurn(const SornInAppCampaign& candidate, Circumstances& circumstances);
+
 inline std::int64_t priorityOf(const SornInAppCampaign& campaign) { return campaign.priority.value_or(0); }
 
 }  // namespace sorn::campaigns

@@ -1,7 +1,6 @@
 // `sorn-campaign explain`: which campaign of a file an occasion would choose, and at which check each other
 // one fell out. By the library's own decoder and checks.
 
-#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstdio>
@@ -10,9 +9,10 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
-#include "campaigns/Triggers.h"
+#include "campaigns/CampaignIndex.h"
 #include "sorn-campaign/CampaignFile.h"
 #include "sorn-campaign/Options.h"
 #include "sorn-campaign/Subcommand.h"
@@ -23,15 +23,11 @@ namespace sorn::tool {
 
 namespace {
 
+using campaigns::CampaignIndex;
+using campaigns::Counters;
 using campaigns::Outcome;
 using documents::Campaigns;
 using documents::SornInAppCampaign;
-
-// How often a campaign was presented, and when last; moments in seconds since 1970.
-struct Counters {
-  std::optional<double> last;
-  std::int64_t count = 0;
-};
 
 struct Question {
   std::string file;
@@ -104,36 +100,36 @@ std::optional<std::string> readArguments(Arguments arguments, Question& question
   return std::nullopt;
 }
 
-// Where the candidate falls out by what depends on the moment; absent when it passes.
-std::optional<Outcome> momentaryMismatch(const SornInAppCampaign& campaign, const Question& question) {
-  if (!campaigns::delayHolds(campaign, question.last, question.now)) return Outcome::delay;
-  const auto found = question.counters.find(campaign.id);
-  const Counters counters = found == question.counters.end() ? Counters() : found->second;
-  if (!campaigns::frequencyHolds(campaign, counters.last, counters.count, question.now)) {
-    return Outcome::frequency;
+class OfTheQuestion final : public campaigns::Circumstances {
+ public:
+  explicit OfTheQuestion(const Question& question) : question_(question) {}
+  double now() override { return question_.now; }
+  std::optional<double> lastOfAny() override { return question_.last; }
+  Counters countersOf(const SornInAppCampaign& campaign) override {
+    const auto found = question_.counters.find(campaign.id);
+    return found == question_.counters.end() ? Counters() : found->second;
   }
-  if (!campaigns::pushPromptHolds(campaign, question.settings)) return Outcome::push_prompt;
-  return std::nullopt;
-}
+  std::optional<std::int64_t> authorizationStatus() override { return question_.settings; }
 
-std::vector<Outcome> outcomesOf(const Campaigns& campaigns, const Question& question) {
+ private:
+  const Question& question_;
+};
+
+std::vector<Outcome> outcomesOf(const CampaignIndex& index, const Question& question) {
   const campaigns::Wanted wanted = campaigns::wantedBy(question.occasion);
-  std::vector<Outcome> outcomes(campaigns.size(), Outcome::after_chosen);
-  std::vector<std::size_t> candidates;
-  for (std::size_t at = 0; at < campaigns.size(); ++at) {
-    std::optional<Outcome> mismatch = campaigns::ineligibility(campaigns[at]);
-    if (!mismatch) mismatch = campaigns::triggerMismatch(campaigns[at], wanted, question.occasion);
-    if (mismatch) {
-      outcomes[at] = *mismatch;
-    } else {
-      candidates.push_back(at);
-    }
-  }
-  std::ranges::stable_sort(candidates, std::ranges::greater(),
-                           [&](std::size_t at) { return campaigns::priorityOf(campaigns[at]); });
-  for (const std::size_t at : candidates) {
-    outcomes[at] = momentaryMismatch(campaigns[at], question).value_or(Outcome::chosen);
-    if (outcomes[at] == Outcome::chosen) break;
+  const auto mismatch = [&](const SornInAppCampaign& campaign) {
+    const auto found = campaigns::ineligibility(campaign);
+    return found ? found : campaigns::triggerMismatch(campaign, wanted, question.occasion);
+  };
+  std::vector<Outcome> outcomes;
+  for (const SornInAppCampaign& campaign : index.campaigns())
+    outcomes.push_back(mismatch(campaign).value_or(Outcome::after_chosen));
+  OfTheQuestion circumstances(question);
+  for (const SornInAppCampaign* candidate : index.candidates(wanted)) {
+    if (mismatch(*candidate)) continue;
+    Outcome& outcome = outcomes[static_cast<std::size_t>(candidate - index.campaigns().data())];
+    outcome = campaigns::outcomeOfTurn(*candidate, circumstances);
+    if (outcome == Outcome::chosen) break;
   }
   return outcomes;
 }
@@ -157,9 +153,10 @@ void print(const Campaigns& campaigns, const std::vector<Outcome>& outcomes) {
 int runExplain(Arguments arguments) {
   Question question;
   if (const auto reason = readArguments(arguments, question)) return refuse(*reason);
-  const auto campaigns = readCampaigns(question.file);
+  auto campaigns = readCampaigns(question.file);
   if (!campaigns) return failed;
-  print(*campaigns, outcomesOf(*campaigns, question));
+  const CampaignIndex index(*std::move(campaigns));
+  print(index.campaigns(), outcomesOf(index, question));
   return done;
 }
 
