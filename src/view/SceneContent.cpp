@@ -131,8 +131,8 @@ Target SceneContent::targetAt(Point point) const {
 
 std::vector<Target> SceneContent::targets() const {
   std::vector<Target> targets;
-  for (const auto& hit : wrapper_->backdrop().hits.targets())
-    targets.push_back({hit.kind, hit.rect, nullptr, {}});
+  const layout::DisplayList backdrop = wrapper_->backdrop();
+  for (const auto& hit : backdrop.hits.targets()) targets.push_back({hit.kind, hit.rect, nullptr, {}});
   for (const auto& hit : presented_.hits.targets()) targets.push_back(targetOf(hit));
   return targets;
 }
