@@ -4,11 +4,11 @@ include(CMakePackageConfigHelpers)
 set(SORN_PACKAGE_DIRECTORY "${CMAKE_INSTALL_LIBDIR}/cmake/Sorn")
 
 # sorn_install_library(TARGET DESCRIPTION [LIBRARY]): the shared library, as the target Sorn::TARGET of the CMake
-# package and as the package TARGET of pkg-config, which brings LIBRARY along. Each library is a part of its own, sorn-targets-TARGET.cmake: the package loads
+# package and as the package TARGET of pkg-config, which brings LIBRARY along. Each library is a part of its own, TARGET.targets.cmake: the package loads
 # that of `sorn` always, another one when a host asks for the component.
 function(sorn_install_library target description)
   install(TARGETS ${target} EXPORT ${target} LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
-  install(EXPORT ${target} NAMESPACE Sorn:: FILE sorn-targets-${target}.cmake DESTINATION "${SORN_PACKAGE_DIRECTORY}")
+  install(EXPORT ${target} NAMESPACE Sorn:: FILE ${target}.targets.cmake DESTINATION "${SORN_PACKAGE_DIRECTORY}")
   set(requires ${ARGN})
   file(RELATIVE_PATH to_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
   string(REGEX REPLACE "/$" "" to_prefix "${to_prefix}")
